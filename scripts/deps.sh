@@ -1,0 +1,26 @@
+# Sourced by the scripts in this folder: makes sure the Debian packages that
+# building and testing kry need are installed (installing them when run as
+# root), and knows the build directories.
+KRY_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+KRY_JOBS=${KRY_JOBS:-$(nproc 2>/dev/null || echo 2)}
+
+kry_need_packages() {
+    local missing=() p
+    for p in "$@"; do
+        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    if [ "$(id -u)" -eq 0 ]; then
+        echo "kry: installing ${missing[*]}" >&2
+        export DEBIAN_FRONTEND=noninteractive
+        apt-get update -qq >/dev/null && apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+    else
+        echo "kry: missing packages: ${missing[*]} (run as root, or: sudo apt-get install ${missing[*]})" >&2
+        return 1
+    fi
+}
+
+# What the library itself needs to build.
+KRY_BUILD_PACKAGES=(cmake make g++ pkgconf)
+# What the tests, the benchmark and the packaging checks add.
+KRY_TEST_PACKAGES=(libgtest-dev libssl-dev librhash-dev rhash libbenchmark-dev coreutils)

@@ -1,0 +1,33 @@
+// Reference implementations for differential tests, as plain byte-string
+// functions.  OpenSSL and RHash types never appear here, so this header can
+// be included next to kry's own.
+#ifndef KRY_TEST_ORACLE_H
+#define KRY_TEST_ORACLE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace oracle {
+
+using Bytes = std::vector<uint8_t>;
+
+// OpenSSL message digest by OpenSSL name ("SHA1", "SHA224", "SHA256",
+// "SHA384", "SHA512", "MD5"); empty on failure.
+Bytes openssl_digest(const std::string &name, const uint8_t *data, size_t len);
+
+// OpenSSL single-DES block encryption (ECB, one 8-byte block, key parity
+// ignored); false on failure.
+bool openssl_des_encrypt_block(const uint8_t key[8], const uint8_t in[8], uint8_t out[8]);
+
+// SHA-512 compression function alone: runs it from the SHA-512 initial value
+// over whole 128-byte blocks and returns H0..H7 big-endian (64 bytes).
+Bytes openssl_sha512_compress(const Bytes &blocks);
+
+// RHash HAS-160 digest (20 bytes).
+Bytes rhash_has160(const uint8_t *data, size_t len);
+
+}  // namespace oracle
+
+#endif
