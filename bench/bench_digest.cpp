@@ -1,0 +1,278 @@
+// Digest throughput of kry next to a peer library, in one process.
+//
+// For every algorithm and input size two benchmarks run: "ALG/SIZE/kry" and
+// "ALG/SIZE/<peer>".  Each iteration hashes one whole message of SIZE bytes
+// (init, update, final).  Both sides keep one context for the whole run:
+// kry a DIGEST_UNIT bound once with init_Digest, then update_Digest and
+// final_Digest per message (final_Digest re-initialises the state, so each
+// iteration pays for init, update and final); OpenSSL an EVP_MD_CTX with a
+// prefetched EVP_MD, EVP_DigestInit_ex2/Update/Final_ex per message; RHash one
+// context with rhash_reset/update/final per message.  Neither side allocates
+// per message.
+//
+// After the runs a table compares the throughputs.  Google Benchmark flags
+// work as usual; the default --benchmark_min_time is lowered to keep the
+// whole run short.
+
+#include <kry.h>
+
+#include "peers.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Algorithm {
+    const char *label;              // as printed
+    uint32_t kry_id;
+    std::optional<peers::Alg> peer; // none: kry alone
+};
+
+const Algorithm kAlgorithms[] = {
+    {"SHA-1", KRY_SHA1, peers::Alg::SHA1},
+    {"SHA-224", KRY_SHA224, peers::Alg::SHA224},
+    {"SHA-256", KRY_SHA256, peers::Alg::SHA256},
+    {"SHA-384", KRY_SHA384, peers::Alg::SHA384},
+    {"SHA-512", KRY_SHA512, peers::Alg::SHA512},
+    {"MD5", KRY_MD5, peers::Alg::MD5},
+    {"HAS-160", KRY_HAS160, peers::Alg::HAS160},
+    {"MDC-2", KRY_MDC2, std::nullopt},
+};
+
+const std::size_t kSizes[] = {64, 16 * 1024};
+
+// Default minimum time per benchmark, seconds; 30 benchmarks finish in
+// well under a minute.
+constexpr const char *kDefaultMinTime = "--benchmark_min_time=0.3";
+
+const std::vector<uint8_t> &input() {
+    static const std::vector<uint8_t> data = [] {
+        std::vector<uint8_t> bytes(16 * 1024);
+        std::mt19937 gen(20240611u);
+        for (auto &b : bytes) b = static_cast<uint8_t>(gen());
+        return bytes;
+    }();
+    return data;
+}
+
+std::string bench_name(const Algorithm &alg, std::size_t size, const std::string &side) {
+    return std::string(alg.label) + "/" + std::to_string(size) + "/" + side;
+}
+
+void bench_kry(benchmark::State &state, uint32_t id, std::size_t size) {
+    const uint8_t *data = input().data();
+    DIGEST_UNIT *unit = new_DIGEST_UNIT();
+    if (unit == nullptr) {
+        state.SkipWithError("new_DIGEST_UNIT failed");
+        return;
+    }
+    if (init_Digest(unit, id) != 0) {
+        free_DIGEST_UNIT(unit);
+        state.SkipWithError("init_Digest failed");
+        return;
+    }
+    uint8_t out[KRY_MAX_DIGEST_LENGTH];
+    uint32_t length = 0;
+    for (auto _ : state) {
+        if (update_Digest(unit, data, static_cast<uint32_t>(size)) != 0 ||
+            final_Digest(unit, out, &length) != 0) {
+            state.SkipWithError("kry digest failed");
+            break;
+        }
+        benchmark::DoNotOptimize(out);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                            static_cast<int64_t>(size));
+    free_DIGEST_UNIT(unit);
+}
+
+void bench_peer(benchmark::State &state, peers::Alg alg, std::size_t size) {
+    const uint8_t *data = input().data();
+    peers::Hasher *hasher = peers::new_hasher(alg);
+    if (hasher == nullptr) {
+        state.SkipWithError("peer does not provide the algorithm");
+        return;
+    }
+    uint8_t out[64];
+    for (auto _ : state) {
+        if (!peers::hash(hasher, data, size, out)) {
+            state.SkipWithError("peer digest failed");
+            break;
+        }
+        benchmark::DoNotOptimize(out);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                            static_cast<int64_t>(size));
+    peers::free_hasher(hasher);
+}
+
+// Hashes the benchmark input once on both sides; false when they differ or
+// a side fails (the numbers would then compare different work).
+bool digests_agree(const Algorithm &alg, std::size_t size, std::string &peer_library) {
+    peers::Hasher *hasher = peers::new_hasher(*alg.peer);
+    if (hasher == nullptr) return false;
+    peer_library = peers::library_name(hasher);
+    uint8_t theirs[64] = {};
+    const bool peer_ok = peers::hash(hasher, input().data(), size, theirs);
+    const std::size_t peer_length = peers::digest_length(hasher);
+    peers::free_hasher(hasher);
+
+    uint8_t ours[KRY_MAX_DIGEST_LENGTH] = {};
+    uint32_t our_length = 0;
+    const uint32_t rc = Digest(alg.kry_id, input().data(), static_cast<uint32_t>(size),
+                               ours, &our_length);
+    return peer_ok && rc == 0 && our_length == peer_length &&
+           std::memcmp(ours, theirs, peer_length) == 0;
+}
+
+// Forwards everything to the display reporter chosen by the command-line
+// flags and keeps the bytes-per-second figure of every successful run.
+class CollectingReporter : public benchmark::BenchmarkReporter {
+public:
+    explicit CollectingReporter(benchmark::BenchmarkReporter *display) : display_(display) {}
+
+    bool ReportContext(const Context &context) override {
+        return display_->ReportContext(context);
+    }
+
+    void ReportRuns(const std::vector<Run> &runs) override {
+        for (const Run &run : runs) {
+            if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
+            const auto it = run.counters.find("bytes_per_second");
+            if (it == run.counters.end()) continue;
+            rates_[run.run_name.function_name].push_back(it->second.value);
+        }
+        display_->ReportRuns(runs);
+    }
+
+    void Finalize() override { display_->Finalize(); }
+
+    // Median bytes per second of the runs of one benchmark, if it ran.
+    std::optional<double> rate(const std::string &name) const {
+        const auto it = rates_.find(name);
+        if (it == rates_.end() || it->second.empty()) return std::nullopt;
+        std::vector<double> values = it->second;
+        std::sort(values.begin(), values.end());
+        const std::size_t n = values.size();
+        return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
+    }
+
+    bool empty() const { return rates_.empty(); }
+
+private:
+    benchmark::BenchmarkReporter *display_;  // owned by the benchmark library
+    std::map<std::string, std::vector<double>> rates_;
+};
+
+std::string format_rate(std::optional<double> bytes_per_second) {
+    if (!bytes_per_second) return "-";
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f", *bytes_per_second / 1e6);
+    return text;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    // SHA-224, MD5 and MDC-2 are refused in proven mode.
+    ChangeNonProvenMode();
+
+    // Put the default minimum time first so that a --benchmark_min_time
+    // given on the command line, parsed later, wins.
+    std::vector<char *> args;
+    args.push_back(argv[0]);
+    std::string min_time = kDefaultMinTime;
+    args.push_back(min_time.data());
+    for (int i = 1; i < argc; ++i) args.push_back(argv[i]);
+    // The table follows the console output; after JSON or CSV on standard
+    // output it goes to standard error so as not to spoil the data.
+    bool table_to_stdout = true;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const std::string flag = "--benchmark_format=";
+        if (arg.rfind(flag, 0) == 0) table_to_stdout = arg.substr(flag.size()) == "console";
+    }
+    std::FILE *table = table_to_stdout ? stdout : stderr;
+    int args_count = static_cast<int>(args.size());
+    args.push_back(nullptr);
+    benchmark::Initialize(&args_count, args.data());
+    if (benchmark::ReportUnrecognizedArguments(args_count, args.data())) return 2;
+
+    // Check once that both sides compute the same digests.
+    std::map<std::string, std::string> peer_library;  // label -> library
+    std::map<std::string, bool> agrees;               // "label/size" -> ok
+    bool all_agree = true;
+    for (const Algorithm &alg : kAlgorithms) {
+        if (!alg.peer) continue;
+        for (std::size_t size : kSizes) {
+            std::string library = "peer";
+            const bool ok = digests_agree(alg, size, library);
+            peer_library[alg.label] = library;
+            agrees[std::string(alg.label) + "/" + std::to_string(size)] = ok;
+            if (!ok) {
+                all_agree = false;
+                std::fprintf(stderr, "kry_bench: %s digest of %zu bytes differs from %s\n",
+                             alg.label, size, library.c_str());
+            }
+        }
+    }
+
+    for (const Algorithm &alg : kAlgorithms) {
+        for (std::size_t size : kSizes) {
+            benchmark::RegisterBenchmark(bench_name(alg, size, "kry").c_str(), bench_kry,
+                                         alg.kry_id, size);
+            if (alg.peer) {
+                benchmark::RegisterBenchmark(
+                    bench_name(alg, size, peer_library[alg.label]).c_str(), bench_peer,
+                    *alg.peer, size);
+            }
+        }
+    }
+
+    CollectingReporter reporter(benchmark::CreateDefaultDisplayReporter());
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+
+    if (!reporter.empty()) {
+        std::fflush(stdout);
+        std::fprintf(table, "\nThroughput, MB/s (10^6 bytes per second; median of repetitions)\n");
+        std::fprintf(table, "%-9s %6s %10s %10s %-8s %9s\n", "algorithm", "size", "kry", "peer",
+                    "peer lib", "kry/peer");
+        for (const Algorithm &alg : kAlgorithms) {
+            for (std::size_t size : kSizes) {
+                const auto ours = reporter.rate(bench_name(alg, size, "kry"));
+                std::optional<double> theirs;
+                std::string library = "-";
+                if (alg.peer) {
+                    library = peer_library[alg.label];
+                    theirs = reporter.rate(bench_name(alg, size, library));
+                }
+                if (!ours && !theirs) continue;
+                std::string ratio = "-";
+                if (ours && theirs && *theirs > 0) {
+                    char text[32];
+                    std::snprintf(text, sizeof text, "%.2f", *ours / *theirs);
+                    ratio = text;
+                }
+                const std::string key = std::string(alg.label) + "/" + std::to_string(size);
+                if (alg.peer && !agrees[key]) ratio += " (digest differs!)";
+                std::fprintf(table, "%-9s %6zu %10s %10s %-8s %9s\n", alg.label, size,
+                            format_rate(ours).c_str(), format_rate(theirs).c_str(),
+                            library.c_str(), ratio.c_str());
+            }
+        }
+    }
+    return all_agree ? 0 : 1;
+}

@@ -1,0 +1,218 @@
+#!/usr/bin/env bash
+# Checks the kry command-line tool against coreutils (sha*sum, md5sum) and
+# rhash (HAS-160), plus its argument handling and exit statuses.
+#
+#   usage: test_tool.sh PATH/TO/kry
+#
+# Exits non-zero when any check fails.
+
+set -u
+
+if [ $# -ne 1 ]; then
+    echo "usage: $0 PATH/TO/kry" >&2
+    exit 2
+fi
+KRY=$1
+case $KRY in
+    /*) ;;
+    *) KRY=$PWD/$KRY ;;  # the checks run from a temporary directory
+esac
+if [ ! -x "$KRY" ]; then
+    echo "test_tool.sh: '$KRY' is not an executable" >&2
+    exit 2
+fi
+for prog in sha1sum sha224sum sha256sum sha384sum sha512sum md5sum rhash head cmp; do
+    if ! command -v "$prog" >/dev/null 2>&1; then
+        echo "test_tool.sh: required program '$prog' not found" >&2
+        exit 2
+    fi
+done
+
+TMP=$(mktemp -d "${TMPDIR:-/tmp}/kry_tool_test.XXXXXX") || exit 2
+trap 'rm -rf "$TMP"' EXIT
+
+failures=0
+checks=0
+
+pass() { checks=$((checks + 1)); }
+fail() {
+    checks=$((checks + 1))
+    failures=$((failures + 1))
+    echo "FAIL: $*" >&2
+}
+
+# expect_eq DESCRIPTION EXPECTED ACTUAL
+expect_eq() {
+    if [ "$2" = "$3" ]; then
+        pass
+    else
+        fail "$1"
+        printf '  expected: %s\n  actual:   %s\n' "$2" "$3" >&2
+    fi
+}
+
+# expect_status DESCRIPTION EXPECTED ACTUAL
+expect_status() {
+    if [ "$2" -eq "$3" ]; then
+        pass
+    else
+        fail "$1: exit status $3, expected $2"
+    fi
+}
+
+# ---------------------------------------------------------------------------
+# Inputs: empty, tiny, around the 64 KiB read size and a few MB of random data.
+cd "$TMP" || exit 2
+: > empty.bin
+printf 'abc' > abc.txt
+printf 'The quick brown fox jumps over the lazy dog\n' > fox.txt
+head -c 65536 /dev/urandom > chunk.bin
+head -c 65537 /dev/urandom > chunk_plus1.bin
+head -c 3145731 /dev/urandom > random.bin
+printf 'a\0b\r\n\377\0' > binary.bin
+printf 'spaced name' > 'with space.txt'
+FILES=(empty.bin abc.txt fox.txt chunk.bin chunk_plus1.bin random.bin binary.bin 'with space.txt')
+
+# ---------------------------------------------------------------------------
+# Files and standard input against coreutils.
+for pair in sha1:sha1sum sha224:sha224sum sha256:sha256sum sha384:sha384sum \
+            sha512:sha512sum md5:md5sum; do
+    alg=${pair%%:*}
+    ref=${pair#*:}
+
+    expected=$("$ref" "${FILES[@]}")
+    actual=$("$KRY" dgst -a "$alg" "${FILES[@]}")
+    status=$?
+    expect_status "$alg files" 0 "$status"
+    expect_eq "$alg files match $ref" "$expected" "$actual"
+
+    expected=$("$ref" < random.bin)
+    actual=$("$KRY" dgst -a "$alg" < random.bin)
+    expect_eq "$alg stdin (no file) matches $ref" "$expected" "$actual"
+
+    expected=$("$ref" - < binary.bin)
+    actual=$("$KRY" dgst -a "$alg" - < binary.bin)
+    expect_eq "$alg stdin ('-') matches $ref" "$expected" "$actual"
+
+    expected=$(printf '' | "$ref")
+    actual=$(printf '' | "$KRY" dgst -a "$alg")
+    expect_eq "$alg empty stdin matches $ref" "$expected" "$actual"
+done
+
+# ---------------------------------------------------------------------------
+# HAS-160 against rhash: compare the hex digest only.
+for f in "${FILES[@]}"; do
+    expected=$(rhash --printf='%{has160}\n' "$f" | tr 'A-F' 'a-f')
+    actual=$("$KRY" dgst -a has160 "$f")
+    expect_eq "has160 of '$f' matches rhash" "$expected  $f" "$actual"
+done
+expected=$(rhash --printf='%{has160}\n' - < random.bin | tr 'A-F' 'a-f')
+actual=$("$KRY" dgst -a HAS-160 < random.bin)
+expect_eq "has160 stdin matches rhash" "$expected  -" "$actual"
+
+# ---------------------------------------------------------------------------
+# MDC-2 known answer (ISO/IEC 10118-2 example, 24 bytes, no newline).
+printf 'Now is the time for all ' > mdc2.txt
+actual=$("$KRY" dgst -a mdc2 mdc2.txt)
+expect_eq "mdc2 known answer" "42e50cd224baceba760bdd2bd409281a  mdc2.txt" "$actual"
+actual=$(printf 'Now is the time for all ' | "$KRY" dgst -a MDC-2)
+expect_eq "mdc2 known answer on stdin" "42e50cd224baceba760bdd2bd409281a  -" "$actual"
+
+# ---------------------------------------------------------------------------
+# Algorithm spellings.
+reference=$(sha256sum abc.txt)
+for spelling in SHA256 sha256 Sha256 SHA-256 sha-256; do
+    actual=$("$KRY" dgst -a "$spelling" abc.txt)
+    expect_eq "spelling '$spelling'" "$reference" "$actual"
+done
+actual=$("$KRY" dgst -aSHA-256 abc.txt)
+expect_eq "attached -aSHA-256" "$reference" "$actual"
+reference=$(md5sum abc.txt)
+actual=$("$KRY" dgst -a Md5 abc.txt)
+expect_eq "spelling 'Md5'" "$reference" "$actual"
+reference=$("$KRY" dgst -a has160 abc.txt)
+actual=$("$KRY" dgst -a HAS-160 abc.txt)
+expect_eq "spelling 'HAS-160'" "$reference" "$actual"
+
+# A hyphen that does not separate letters from digits is not accepted.
+"$KRY" dgst -a SHA2-56 abc.txt > out.txt 2> err.txt
+expect_status "misplaced hyphen" 1 $?
+
+# ---------------------------------------------------------------------------
+# Unknown algorithm: status 1, message on stderr, nothing on stdout.
+"$KRY" dgst -a sha3 abc.txt > out.txt 2> err.txt
+expect_status "unknown algorithm" 1 $?
+if [ -s out.txt ]; then fail "unknown algorithm wrote to stdout"; else pass; fi
+if grep -q '^kry: ' err.txt; then pass; else fail "unknown algorithm: no 'kry: ' message on stderr"; fi
+
+# ---------------------------------------------------------------------------
+# Missing file: status 1, message on stderr, the other files still printed.
+"$KRY" dgst -a sha256 abc.txt does-not-exist.bin fox.txt > out.txt 2> err.txt
+expect_status "missing file" 1 $?
+expected=$(sha256sum abc.txt fox.txt)
+expect_eq "files around a missing one still printed" "$expected" "$(cat out.txt)"
+if grep -q '^kry: .*does-not-exist.bin' err.txt; then
+    pass
+else
+    fail "missing file: no 'kry: ...does-not-exist.bin' message on stderr"
+fi
+
+# A directory cannot be read either.
+mkdir adir
+"$KRY" dgst -a sha1 adir abc.txt > out.txt 2> err.txt
+expect_status "directory argument" 1 $?
+expect_eq "file after a directory still printed" "$(sha1sum abc.txt)" "$(cat out.txt)"
+
+# ---------------------------------------------------------------------------
+# Usage errors: status 2.
+"$KRY" dgst > /dev/null 2>&1
+expect_status "dgst without -a" 2 $?
+"$KRY" dgst -a > /dev/null 2>&1
+expect_status "-a without a name" 2 $?
+"$KRY" dgst -x abc.txt > /dev/null 2>&1
+expect_status "unknown dgst option" 2 $?
+"$KRY" frobnicate > /dev/null 2>&1
+expect_status "unknown command" 2 $?
+"$KRY" version extra > /dev/null 2>&1
+expect_status "version with an argument" 2 $?
+
+# ---------------------------------------------------------------------------
+# Help, version, listing.
+for args in "" "help" "-h" "--help"; do
+    # shellcheck disable=SC2086
+    out=$("$KRY" $args)
+    status=$?
+    expect_status "help ('$args')" 0 "$status"
+    case $out in
+        *usage*) pass ;;
+        *) fail "help ('$args') prints no usage text" ;;
+    esac
+done
+
+out=$("$KRY" version)
+expect_status "version" 0 $?
+if printf '%s\n' "$out" | grep -Eq '^kry [0-9]+\.[0-9]+\.[0-9]+$'; then
+    pass
+else
+    fail "version output '$out'"
+fi
+
+out=$("$KRY" dgst -l)
+expect_status "dgst -l" 0 $?
+for entry in "SHA1 20" "SHA224 28" "SHA256 32" "SHA384 48" "SHA512 64" \
+             "MD5 16" "HAS160 20" "MDC2 16"; do
+    name=${entry% *}
+    len=${entry#* }
+    if printf '%s\n' "$out" | grep -Eq "^$name +$len bytes\$"; then
+        pass
+    else
+        fail "dgst -l lacks '$name' with length $len"
+    fi
+done
+
+# ---------------------------------------------------------------------------
+echo "test_tool.sh: $checks checks, $failures failed"
+if [ "$failures" -ne 0 ]; then
+    exit 1
+fi
+exit 0
