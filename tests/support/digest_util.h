@@ -7,6 +7,7 @@
 
 #include "test_support.h"
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,9 @@ struct DigestAlg {
     size_t length;
     size_t block;
 };
+
+// gtest prints a parameter with this (instead of its bytes).
+inline void PrintTo(const DigestAlg &alg, std::ostream *os) { *os << alg.name; }
 
 inline const std::vector<DigestAlg> &all_digests() {
     static const std::vector<DigestAlg> algs = {
