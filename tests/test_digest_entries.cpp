@@ -9,6 +9,7 @@
 #include "oracle.h"
 #include "test_support.h"
 
+#include <algorithm>
 #include <cstring>
 
 using namespace kry_test;
@@ -155,6 +156,25 @@ TEST(DigestEntries, WholeBlockIsCompressedDuringUpdate) {
     ASSERT_EQ(update_MD5(&m, kData, 200), 0u);
     EXPECT_EQ(m.staging_fill, 200 - 192);
     EXPECT_EQ(m.bit_count, 3u * 512);
+}
+
+TEST(DigestEntries, StagingBufferHoldsWhatWasStagedLast) {
+    // Blocks pass through the staging buffer: after 200 bytes it holds the
+    // last whole block (bytes 128..191) with the 8 pending bytes over its
+    // start, whichever way the input was cut.
+    Bytes msg(200);
+    for (size_t i = 0; i < msg.size(); i++) msg[i] = static_cast<uint8_t>(i * 7 + 1);
+    Bytes want(msg.begin() + 128, msg.begin() + 192);
+    std::copy(msg.begin() + 192, msg.end(), want.begin());
+    for (size_t cut : {0, 1, 63, 64, 100, 199}) {
+        SHA1_STATE s;
+        init_SHA1(&s);
+        ASSERT_EQ(update_SHA1(&s, msg.data(), static_cast<uint32_t>(cut)), 0u);
+        ASSERT_EQ(update_SHA1(&s, msg.data() + cut, static_cast<uint32_t>(200 - cut)), 0u);
+        EXPECT_EQ(s.staging_fill, 8);
+        EXPECT_EQ(s.bit_count, 3u * 512);
+        EXPECT_EQ(to_hex(s.staging, 64), to_hex(want)) << "cut at " << cut;
+    }
 }
 
 TEST(DigestEntries, FinalKeepsChainingValueAndClearsBuffers) {

@@ -27,7 +27,12 @@ struct Md5 {
     static constexpr uint32_t kIV[4] = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
     static uint32_t *chain(State &s) { return s.abcd; }
 
-    static void compress(State &s, const uint8_t *p) {
+    static void compress(State &s, const uint8_t *p, size_t n = 1) {
+        for (; n != 0; n--, p += kBlock)
+            compress_block(s, p);
+    }
+
+    static void compress_block(State &s, const uint8_t *p) {
         uint32_t x[16];
         for (int i = 0; i < 16; i++)
             x[i] = load32_le(p + 4 * i);

@@ -1,8 +1,8 @@
 // The Merkle-Damgard frame shared by SHA-1, SHA-224/256, SHA-384/512 and MD5.
 //
-// Update gathers input in the state's staging buffer and compresses it from
-// there each time a whole block has been gathered; the block buffer is used
-// only by final, for the last partial block and the padding.  The algorithms
+// Update gathers input in the state's staging buffer and compresses it each
+// time a whole block has been gathered; the block buffer is used only by
+// final, for the last partial block and the padding.  The algorithms
 // differ in block size, in the byte order of the length field and of the
 // output, and in the error words each entry returns; a traits class
 // supplies those:
@@ -14,7 +14,7 @@
 //       static constexpr uint64_t kFlushBits;// bits counted when final's flush fills a block
 //       static constexpr Word kIV[];         // initial hash value
 //       static Word *chain(State &);         // the chaining words
-//       static void compress(State &, const uint8_t *block);
+//       static void compress(State &, const uint8_t *blocks, size_t n = 1);
 //       static void output(const State &, uint8_t *out);
 //   };
 #ifndef KRY_SRC_DIGEST_MD_FRAME_H
@@ -64,6 +64,18 @@ uint32_t update(typename T::State *s, const uint8_t *data, uint32_t len, const F
     if (s->block_fill > B || s->staging_fill >= B)
         return e.update_fill;
     while (len > 0) {
+        if (s->staging_fill == 0 && len >= B) {
+            // Whole blocks are compressed straight from the input.  The last
+            // of them is left in the staging buffer, so the record ends up
+            // exactly as if every block had been staged first.
+            const size_t n = len / B;
+            T::compress(*s, data, n);
+            s->bit_count += 8 * B * n;
+            std::memcpy(s->staging, data + (n - 1) * B, B);
+            data += n * B;
+            len -= static_cast<uint32_t>(n * B);
+            continue;
+        }
         size_t take = std::min<size_t>(B - s->staging_fill, len);
         std::memcpy(s->staging + s->staging_fill, data, take);
         s->staging_fill = static_cast<uint8_t>(s->staging_fill + take);

@@ -1,5 +1,6 @@
 // SHA-1 (FIPS 180-2, section 6.1).
 #include "digest/md_frame.h"
+#include "digest/sha_x86.h"
 
 #include <kry/digest.h>
 
@@ -22,7 +23,14 @@ struct Sha1 {
     static constexpr uint32_t kIV[5] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0};
     static uint32_t *chain(State &s) { return s.h; }
 
-    static void compress(State &s, const uint8_t *p) {
+    static void compress(State &s, const uint8_t *p, size_t n = 1) {
+        if (x86::has_sha_extensions())
+            return x86::sha1_compress_shani(s.h, p, n);
+        for (; n != 0; n--, p += kBlock)
+            compress_block(s, p);
+    }
+
+    static void compress_block(State &s, const uint8_t *p) {
         uint32_t w[16];
         for (int i = 0; i < 16; i++)
             w[i] = load32_be(p + 4 * i);

@@ -4,6 +4,7 @@
 #ifndef KRY_SRC_DIGEST_SHA2_H
 #define KRY_SRC_DIGEST_SHA2_H
 
+#include "digest/sha_x86.h"
 #include "foundation/common.h"
 
 #include <bit>
@@ -124,7 +125,14 @@ struct Frame {
     static constexpr uint64_t kFlushBits = 512;
     static constexpr auto &kIV = IV::value;
     static Word *chain(State &s) { return s.h; }
-    static void compress(State &s, const uint8_t *p) { sha2::compress(s.h, p); }
+    static void compress(State &s, const uint8_t *p, size_t n = 1) {
+        if constexpr (std::is_same_v<Word, uint32_t>) {
+            if (x86::has_sha_extensions())
+                return x86::sha256_compress_shani(s.h, p, n);
+        }
+        for (; n != 0; n--, p += kBlock)
+            sha2::compress(s.h, p);
+    }
     static void output(const State &s, uint8_t *out) { sha2::output(s.h, out); }
 };
 
