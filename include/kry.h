@@ -9,5 +9,9 @@
 #include <kry/error.h>
 #include <kry/stack.h>
 #include <kry/digest.h>
+#include <kry/blockcipher.h>
+#include <kry/rc4.h>
+#include <kry/hmac.h>
+#include <kry/cbcmac.h>
 
 #endif /* KRY_H */

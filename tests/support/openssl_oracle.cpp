@@ -6,6 +6,8 @@
 #include <openssl/des.h>
 #include <openssl/evp.h>
 #include <openssl/sha.h>
+#include <openssl/hmac.h>
+#include <openssl/provider.h>
 
 #include <cstring>
 
@@ -43,6 +45,52 @@ Bytes openssl_sha512_compress(const Bytes &blocks) {
     Bytes out(64);
     for (int i = 0; i < 8; i++)
         for (int j = 0; j < 8; j++) out[8 * i + j] = static_cast<uint8_t>(ctx.h[i] >> (56 - 8 * j));
+    return out;
+}
+
+namespace {
+void load_providers() {
+    static const bool loaded = [] {
+        OSSL_PROVIDER_load(nullptr, "default");
+        OSSL_PROVIDER_load(nullptr, "legacy");
+        return true;
+    }();
+    (void)loaded;
+}
+}  // namespace
+
+bool openssl_cipher(const std::string &name, const Bytes &key, const Bytes &iv, bool encrypt, bool padding,
+                    const Bytes &in, Bytes &out, int rc2_bits) {
+    load_providers();
+    EVP_CIPHER *cipher = EVP_CIPHER_fetch(nullptr, name.c_str(), nullptr);
+    if (cipher == nullptr) return false;
+    EVP_CIPHER_CTX *ctx = EVP_CIPHER_CTX_new();
+    bool ok = ctx != nullptr && EVP_CipherInit_ex(ctx, cipher, nullptr, nullptr, nullptr, encrypt ? 1 : 0) == 1;
+    if (ok && static_cast<int>(key.size()) != EVP_CIPHER_CTX_get_key_length(ctx))
+        ok = EVP_CIPHER_CTX_set_key_length(ctx, static_cast<int>(key.size())) == 1;
+    if (ok && rc2_bits > 0) ok = EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_SET_RC2_KEY_BITS, rc2_bits, nullptr) == 1;
+    if (ok) ok = EVP_CipherInit_ex(ctx, nullptr, nullptr, key.data(), iv.empty() ? nullptr : iv.data(), -1) == 1;
+    if (ok) ok = EVP_CIPHER_CTX_set_padding(ctx, padding ? 1 : 0) == 1;
+    out.assign(in.size() + 64, 0);
+    int n1 = 0, n2 = 0;
+    if (ok) ok = EVP_CipherUpdate(ctx, out.data(), &n1, in.data(), static_cast<int>(in.size())) == 1;
+    if (ok) ok = EVP_CipherFinal_ex(ctx, out.data() + n1, &n2) == 1;
+    out.resize(ok ? static_cast<size_t>(n1 + n2) : 0);
+    EVP_CIPHER_CTX_free(ctx);
+    EVP_CIPHER_free(cipher);
+    return ok;
+}
+
+Bytes openssl_hmac(const std::string &digest, const Bytes &key, const Bytes &data) {
+    const EVP_MD *md = EVP_get_digestbyname(digest.c_str());
+    if (md == nullptr) return {};
+    Bytes out(EVP_MAX_MD_SIZE);
+    unsigned int n = 0;
+    static const uint8_t empty = 0;
+    if (HMAC(md, key.empty() ? &empty : key.data(), static_cast<int>(key.size()), data.empty() ? &empty : data.data(),
+             data.size(), out.data(), &n) == nullptr)
+        return {};
+    out.resize(n);
     return out;
 }
 

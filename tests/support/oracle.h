@@ -25,6 +25,17 @@ bool openssl_des_encrypt_block(const uint8_t key[8], const uint8_t in[8], uint8_
 // over whole 128-byte blocks and returns H0..H7 big-endian (64 bytes).
 Bytes openssl_sha512_compress(const Bytes &blocks);
 
+// OpenSSL EVP cipher by name ("AES-128-CBC", "ARIA-256-CTR", "SEED-OFB",
+// "DES-EDE3-CBC", "BF-CFB", "RC2-ECB", "RC4", ...), one call over the whole
+// input; the legacy provider is loaded for the old ciphers.  padding selects
+// PKCS #7 for ECB/CBC.  rc2_bits > 0 sets RC2's effective key bits (and the
+// key length is taken from key.size()).  Empty optional on failure.
+bool openssl_cipher(const std::string &name, const Bytes &key, const Bytes &iv, bool encrypt, bool padding,
+                    const Bytes &in, Bytes &out, int rc2_bits = 0);
+
+// OpenSSL HMAC over a digest name ("SHA256", "MD5", ...).
+Bytes openssl_hmac(const std::string &digest, const Bytes &key, const Bytes &data);
+
 // RHash HAS-160 digest (20 bytes).
 Bytes rhash_has160(const uint8_t *data, size_t len);
 

@@ -1,0 +1,234 @@
+// The mode engine: ECB, CBC, full-block CFB, OFB and CTR written once over
+// any block cipher, and the pieces every algorithm's key-schedule function
+// shares.
+//
+// An algorithm supplies a traits class:
+//
+//   struct Cipher {
+//       static constexpr uint32_t kBlock;          // 8 or 16 bytes
+//       using Schedule = ...;                      // the key-schedule record
+//       static void encrypt(const Schedule &, const uint8_t *in, uint8_t *out);
+//       static void decrypt(const Schedule &, const uint8_t *in, uint8_t *out);
+//       static constexpr ModeErrors kErrors;       // invalid-argument word per mode
+//       static uint32_t key_schedule(BLOCK_CIPHER_UNIT *, const uint8_t *key,
+//                                    const uint8_t *iv, uint32_t direction);
+//   };
+//
+// encrypt and decrypt may be given in == out.  decrypt is what ECB and CBC
+// run in direction 0 with the schedule the key-schedule function built for
+// that direction (for ciphers whose decryption schedule is the encryption
+// one reversed, decrypt is the same block function as encrypt).  CFB, OFB
+// and CTR run encrypt in both directions.
+#ifndef KRY_SRC_CIPHER_MODES_H
+#define KRY_SRC_CIPHER_MODES_H
+
+#include "foundation/common.h"
+
+#include <kry/blockcipher.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace kry::cipher {
+
+struct ModeErrors {
+    uint32_t ecb, cbc, cfb, ofb, ctr;
+};
+
+// What an algorithm module gives the unit's registry.
+struct Modes {
+    uint32_t schedule_size;  // bytes of the key-schedule record
+    BLOCK_KEY_FUNC key_func;
+    BLOCK_MODE_FUNC ecb, cbc, cfb, ofb, ctr;  // ctr is null for a cipher without CTR
+};
+
+// ---- shared steps of the key-schedule functions ---------------------------
+
+// Copies the IV (when given) into the IV field, then the IV field into the
+// feedback register.
+inline void load_iv(BLOCK_CIPHER_UNIT *unit, const uint8_t *iv) {
+    if (iv != nullptr)
+        std::memcpy(unit->iv, iv, std::min<uint32_t>(unit->iv_length, sizeof unit->iv));
+    std::memcpy(unit->feedback, unit->iv, sizeof unit->feedback);
+}
+
+// Ciphers with distinct schedules build the decryption one only for ECB and
+// CBC decryption; the stream modes always encrypt.
+inline bool decryption_schedule(const BLOCK_CIPHER_UNIT *unit, uint32_t direction) {
+    return direction == 0 && (unit->mode == KRY_MODE_ECB || unit->mode == KRY_MODE_CBC);
+}
+
+// The key schedule of a unit, typed; null when the unit has none.
+template <class C>
+const typename C::Schedule *schedule_of(const BLOCK_CIPHER_UNIT *unit) {
+    if (unit == nullptr || unit->key_schedule == nullptr || unit->key_schedule_size < sizeof(typename C::Schedule))
+        return nullptr;
+    return static_cast<const typename C::Schedule *>(unit->key_schedule);
+}
+
+// Adds 1 to an 8-byte big-endian counter (the 64-bit-block ciphers' CTR).
+inline void increment_counter64(uint8_t *block) { store64_be(block, load64_be(block) + 1); }
+
+// ---- modes -----------------------------------------------------------------
+
+template <class C>
+uint32_t ecb(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t length) {
+    const auto *ks = schedule_of<C>(unit);
+    if (ks == nullptr || out == nullptr || in == nullptr)
+        return C::kErrors.ecb;
+    const bool enc = unit->direction == 1;
+    for (uint32_t n = length / C::kBlock; n != 0; n--, in += C::kBlock, out += C::kBlock) {
+        if (enc)
+            C::encrypt(*ks, in, out);
+        else
+            C::decrypt(*ks, in, out);
+    }
+    return 0;
+}
+
+template <class C>
+uint32_t cbc(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t length) {
+    constexpr uint32_t B = C::kBlock;
+    const auto *ks = schedule_of<C>(unit);
+    if (ks == nullptr || out == nullptr || in == nullptr)
+        return C::kErrors.cbc;
+    uint8_t *chain = unit->feedback;
+    const uint32_t rest = length % B;
+    uint8_t block[B] = {};
+    WipeOnExit wipe_block(block);
+
+    if (unit->direction == 1) {
+        for (uint32_t n = length / B; n != 0; n--, in += B, out += B) {
+            for (uint32_t i = 0; i < B; i++)
+                block[i] = chain[i] ^ in[i];
+            C::encrypt(*ks, block, chain);
+            std::memcpy(out, chain, B);
+        }
+        if (rest != 0) {
+            // A trailing partial block is combined with the chaining value
+            // over its length (the chaining value's own bytes fill the rest)
+            // and encrypted whole; only its length reaches the output.
+            std::memcpy(block, chain, B);
+            for (uint32_t i = 0; i < rest; i++)
+                block[i] ^= in[i];
+            C::encrypt(*ks, block, chain);
+            std::memcpy(out, chain, rest);
+        }
+        return 0;
+    }
+
+    uint8_t saved[B] = {};
+    WipeOnExit wipe_saved(saved);
+    for (uint32_t n = length / B; n != 0; n--, in += B, out += B) {
+        std::memcpy(saved, in, B);  // in may be out
+        C::decrypt(*ks, saved, block);
+        for (uint32_t i = 0; i < B; i++)
+            out[i] = block[i] ^ chain[i];
+        std::memcpy(chain, saved, B);
+    }
+    if (rest != 0) {
+        // A trailing partial block is decrypted from a zero-filled copy and
+        // only its length is output; the copy becomes the chaining value.
+        std::memset(saved, 0, B);
+        std::memcpy(saved, in, rest);
+        C::decrypt(*ks, saved, block);
+        for (uint32_t i = 0; i < rest; i++)
+            out[i] = block[i] ^ chain[i];
+        std::memcpy(chain, saved, B);
+    }
+    return 0;
+}
+
+// Full-block CFB: the register is encrypted in place at each block start and
+// then takes the ciphertext bytes.
+template <class C>
+uint32_t cfb(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t length) {
+    const auto *ks = schedule_of<C>(unit);
+    if (ks == nullptr || out == nullptr || in == nullptr)
+        return C::kErrors.cfb;
+    uint8_t *reg = unit->feedback;
+    uint32_t pos = unit->position & (C::kBlock - 1);
+    const bool enc = unit->direction == 1;
+    for (uint32_t i = 0; i < length; i++) {
+        if (pos == 0)
+            C::encrypt(*ks, reg, reg);
+        const uint8_t c = enc ? static_cast<uint8_t>(reg[pos] ^ in[i]) : in[i];
+        out[i] = static_cast<uint8_t>(reg[pos] ^ in[i]);
+        reg[pos] = c;
+        pos = (pos + 1) & (C::kBlock - 1);
+    }
+    unit->position = pos;
+    return 0;
+}
+
+template <class C>
+uint32_t ofb(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t length) {
+    const auto *ks = schedule_of<C>(unit);
+    if (ks == nullptr || out == nullptr || in == nullptr)
+        return C::kErrors.ofb;
+    uint8_t *reg = unit->feedback;
+    uint32_t pos = unit->position & (C::kBlock - 1);
+    for (uint32_t i = 0; i < length; i++) {
+        if (pos == 0)
+            C::encrypt(*ks, reg, reg);
+        out[i] = static_cast<uint8_t>(reg[pos] ^ in[i]);
+        pos = (pos + 1) & (C::kBlock - 1);
+    }
+    unit->position = pos;
+    return 0;
+}
+
+// CTR: the first keystream block is the encryption of the IV itself; the
+// counter is incremented after each block (16-byte blocks as a 128-bit,
+// 8-byte blocks as a 64-bit big-endian number).
+template <class C>
+uint32_t ctr(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t length) {
+    const auto *ks = schedule_of<C>(unit);
+    if (ks == nullptr || out == nullptr || in == nullptr)
+        return C::kErrors.ctr;
+    uint8_t *counter = unit->feedback;
+    uint8_t *stream = unit->keystream;
+    uint32_t pos = unit->position & (C::kBlock - 1);
+    for (uint32_t i = 0; i < length; i++) {
+        if (pos == 0) {
+            C::encrypt(*ks, counter, stream);
+            if constexpr (C::kBlock == 16)
+                increaseCounter(counter);
+            else
+                increment_counter64(counter);
+        }
+        out[i] = static_cast<uint8_t>(stream[pos] ^ in[i]);
+        pos = (pos + 1) & (C::kBlock - 1);
+    }
+    unit->position = pos;
+    return 0;
+}
+
+template <class C, bool kHasCtr = true>
+constexpr Modes modes_of() {
+    static_assert(C::kBlock == 8 || C::kBlock == 16);
+    return Modes{
+        static_cast<uint32_t>(sizeof(typename C::Schedule)),
+        C::key_schedule,
+        ecb<C>,
+        cbc<C>,
+        cfb<C>,
+        ofb<C>,
+        kHasCtr ? ctr<C> : nullptr,
+    };
+}
+
+// The algorithm modules' tables for the unit's registry.
+extern const Modes kAesModes;
+extern const Modes kAriaModes;
+extern const Modes kSeedModes;
+extern const Modes kDesModes;
+extern const Modes kDesEdeModes;
+extern const Modes kRc5Modes;
+extern const Modes kBlowfishModes;
+extern const Modes kRc2Modes;
+
+}  // namespace kry::cipher
+
+#endif  // KRY_SRC_CIPHER_MODES_H
