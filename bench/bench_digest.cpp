@@ -17,10 +17,10 @@
 #include <kry.h>
 
 #include "peers.h"
+#include "ratio_report.h"
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -137,78 +137,14 @@ bool digests_agree(const Algorithm &alg, std::size_t size, std::string &peer_lib
            std::memcmp(ours, theirs, peer_length) == 0;
 }
 
-// Forwards everything to the display reporter chosen by the command-line
-// flags and keeps the bytes-per-second figure of every successful run.
-class CollectingReporter : public benchmark::BenchmarkReporter {
-public:
-    explicit CollectingReporter(benchmark::BenchmarkReporter *display) : display_(display) {}
-
-    bool ReportContext(const Context &context) override {
-        return display_->ReportContext(context);
-    }
-
-    void ReportRuns(const std::vector<Run> &runs) override {
-        for (const Run &run : runs) {
-            if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-            const auto it = run.counters.find("bytes_per_second");
-            if (it == run.counters.end()) continue;
-            rates_[run.run_name.function_name].push_back(it->second.value);
-        }
-        display_->ReportRuns(runs);
-    }
-
-    void Finalize() override { display_->Finalize(); }
-
-    // Median bytes per second of the runs of one benchmark, if it ran.
-    std::optional<double> rate(const std::string &name) const {
-        const auto it = rates_.find(name);
-        if (it == rates_.end() || it->second.empty()) return std::nullopt;
-        std::vector<double> values = it->second;
-        std::sort(values.begin(), values.end());
-        const std::size_t n = values.size();
-        return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
-    }
-
-    bool empty() const { return rates_.empty(); }
-
-private:
-    benchmark::BenchmarkReporter *display_;  // owned by the benchmark library
-    std::map<std::string, std::vector<double>> rates_;
-};
-
-std::string format_rate(std::optional<double> bytes_per_second) {
-    if (!bytes_per_second) return "-";
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f", *bytes_per_second / 1e6);
-    return text;
-}
-
 }  // namespace
 
 int main(int argc, char **argv) {
     // SHA-224, MD5 and MDC-2 are refused in proven mode.
     ChangeNonProvenMode();
 
-    // Put the default minimum time first so that a --benchmark_min_time
-    // given on the command line, parsed later, wins.
-    std::vector<char *> args;
-    args.push_back(argv[0]);
-    std::string min_time = kDefaultMinTime;
-    args.push_back(min_time.data());
-    for (int i = 1; i < argc; ++i) args.push_back(argv[i]);
-    // The table follows the console output; after JSON or CSV on standard
-    // output it goes to standard error so as not to spoil the data.
-    bool table_to_stdout = true;
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        const std::string flag = "--benchmark_format=";
-        if (arg.rfind(flag, 0) == 0) table_to_stdout = arg.substr(flag.size()) == "console";
-    }
-    std::FILE *table = table_to_stdout ? stdout : stderr;
-    int args_count = static_cast<int>(args.size());
-    args.push_back(nullptr);
-    benchmark::Initialize(&args_count, args.data());
-    if (benchmark::ReportUnrecognizedArguments(args_count, args.data())) return 2;
+    std::FILE *table = ratio_report::initialize(argc, argv, kDefaultMinTime);
+    if (table == nullptr) return 2;
 
     // Check once that both sides compute the same digests.
     std::map<std::string, std::string> peer_library;  // label -> library
@@ -229,50 +165,29 @@ int main(int argc, char **argv) {
         }
     }
 
+    std::vector<ratio_report::Row> rows;
     for (const Algorithm &alg : kAlgorithms) {
         for (std::size_t size : kSizes) {
-            benchmark::RegisterBenchmark(bench_name(alg, size, "kry").c_str(), bench_kry,
-                                         alg.kry_id, size);
+            ratio_report::Row row;
+            row.label = alg.label;
+            row.size = size;
+            row.kry_benchmark = bench_name(alg, size, "kry");
+            benchmark::RegisterBenchmark(row.kry_benchmark.c_str(), bench_kry, alg.kry_id, size);
             if (alg.peer) {
-                benchmark::RegisterBenchmark(
-                    bench_name(alg, size, peer_library[alg.label]).c_str(), bench_peer,
-                    *alg.peer, size);
+                row.peer_library = peer_library[alg.label];
+                row.peer_benchmark = bench_name(alg, size, row.peer_library);
+                benchmark::RegisterBenchmark(row.peer_benchmark.c_str(), bench_peer, *alg.peer,
+                                             size);
+                if (!agrees[std::string(alg.label) + "/" + std::to_string(size)])
+                    row.note = " (digest differs!)";
             }
+            rows.push_back(row);
         }
     }
 
-    CollectingReporter reporter(benchmark::CreateDefaultDisplayReporter());
+    ratio_report::CollectingReporter reporter(benchmark::CreateDefaultDisplayReporter());
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
-
-    if (!reporter.empty()) {
-        std::fflush(stdout);
-        std::fprintf(table, "\nThroughput, MB/s (10^6 bytes per second; median of repetitions)\n");
-        std::fprintf(table, "%-9s %6s %10s %10s %-8s %9s\n", "algorithm", "size", "kry", "peer",
-                    "peer lib", "kry/peer");
-        for (const Algorithm &alg : kAlgorithms) {
-            for (std::size_t size : kSizes) {
-                const auto ours = reporter.rate(bench_name(alg, size, "kry"));
-                std::optional<double> theirs;
-                std::string library = "-";
-                if (alg.peer) {
-                    library = peer_library[alg.label];
-                    theirs = reporter.rate(bench_name(alg, size, library));
-                }
-                if (!ours && !theirs) continue;
-                std::string ratio = "-";
-                if (ours && theirs && *theirs > 0) {
-                    char text[32];
-                    std::snprintf(text, sizeof text, "%.2f", *ours / *theirs);
-                    ratio = text;
-                }
-                const std::string key = std::string(alg.label) + "/" + std::to_string(size);
-                if (alg.peer && !agrees[key]) ratio += " (digest differs!)";
-                std::fprintf(table, "%-9s %6zu %10s %10s %-8s %9s\n", alg.label, size,
-                            format_rate(ours).c_str(), format_rate(theirs).c_str(),
-                            library.c_str(), ratio.c_str());
-            }
-        }
-    }
+    ratio_report::print_table(table, reporter, rows);
     return all_agree ? 0 : 1;
 }

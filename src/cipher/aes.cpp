@@ -1,18 +1,438 @@
-// Placeholder until the algorithm lands.
-#include "cipher/modes.h"
+// AES (FIPS 197) for the block-cipher unit: key expansion, the table-driven
+// round functions, the AES-NI round functions chosen at run time, and the
+// unit's key-schedule function and mode functions.
+//
+// Every table follows from the standard at compile time: the S-box from
+// inversion in GF(2^8) (modulo x^8 + x^4 + x^3 + x + 1) and the affine map
+// of section 5.1.1; the four encryption tables combine SubBytes with
+// MixColumns (column {02 01 01 03} times S[x], rotated for each byte
+// position), the four decryption tables InvSubBytes with InvMixColumns
+// (column {0e 09 0d 0b} times InvS[x]).
+#include "cipher/aes.h"
 
-namespace kry::cipher {
+#include "cipher/modes.h"
+#include "foundation/common.h"
+
+#include <array>
+#include <atomic>
+#include <cstring>
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <cpuid.h>
+#include <immintrin.h>
+#define KRY_AES_NI 1
+#endif
+
+namespace kry {
 namespace {
-struct AesPlaceholder {
-    static constexpr uint32_t kBlock = 16;
-    struct Schedule {
-        uint8_t bytes[244];
+
+// ---- GF(2^8) and the tables ----------------------------------------------
+
+constexpr uint8_t xtime(uint8_t a) { return static_cast<uint8_t>((a << 1) ^ ((a & 0x80) ? 0x1B : 0)); }
+
+constexpr uint8_t gf_mul(uint8_t a, uint8_t b) {
+    uint8_t r = 0;
+    for (; b != 0; b >>= 1, a = xtime(a))
+        if (b & 1)
+            r ^= a;
+    return r;
+}
+
+// a^254 = a^-1 (0 maps to 0).
+constexpr uint8_t gf_inverse(uint8_t a) {
+    uint8_t r = 1, p = a;
+    for (int e = 254; e != 0; e >>= 1, p = gf_mul(p, p))
+        if (e & 1)
+            r = gf_mul(r, p);
+    return r;
+}
+
+constexpr uint8_t rotl8(uint8_t x, int n) { return static_cast<uint8_t>((x << n) | (x >> (8 - n))); }
+
+// SubBytes: the inverse followed by the affine map b ^ (b <<< 1) ^ (b <<< 2)
+// ^ (b <<< 3) ^ (b <<< 4) ^ 0x63.
+constexpr std::array<uint8_t, 256> make_sbox() {
+    std::array<uint8_t, 256> s{};
+    for (int x = 0; x < 256; x++) {
+        const uint8_t b = gf_inverse(static_cast<uint8_t>(x));
+        s[x] = static_cast<uint8_t>(b ^ rotl8(b, 1) ^ rotl8(b, 2) ^ rotl8(b, 3) ^ rotl8(b, 4) ^ 0x63);
+    }
+    return s;
+}
+
+constexpr std::array<uint8_t, 256> invert(const std::array<uint8_t, 256> &s) {
+    std::array<uint8_t, 256> inv{};
+    for (int x = 0; x < 256; x++)
+        inv[s[x]] = static_cast<uint8_t>(x);
+    return inv;
+}
+
+constexpr auto kSbox = make_sbox();
+constexpr auto kInvSbox = invert(kSbox);
+static_assert(kSbox[0x00] == 0x63 && kSbox[0x53] == 0xED && kSbox[0xFF] == 0x16);  // FIPS 197 figure 7
+
+// A column word (big-endian) of the given multipliers of one byte.
+constexpr uint32_t column(uint8_t v, uint8_t m0, uint8_t m1, uint8_t m2, uint8_t m3) {
+    return (uint32_t{gf_mul(v, m0)} << 24) | (uint32_t{gf_mul(v, m1)} << 16) | (uint32_t{gf_mul(v, m2)} << 8) |
+           gf_mul(v, m3);
+}
+
+using Tables = std::array<std::array<uint32_t, 256>, 4>;
+
+// Table i is table 0 rotated right by 8i bits: the column of the byte in row i.
+constexpr Tables make_tables(const std::array<uint8_t, 256> &box, uint8_t m0, uint8_t m1, uint8_t m2, uint8_t m3) {
+    Tables t{};
+    for (int x = 0; x < 256; x++) {
+        const uint32_t c = column(box[x], m0, m1, m2, m3);
+        for (int i = 0; i < 4; i++)
+            t[i][x] = rotr32(c, 8 * i);
+    }
+    return t;
+}
+
+alignas(64) constexpr Tables kTe = make_tables(kSbox, 2, 1, 1, 3);
+alignas(64) constexpr Tables kTd = make_tables(kInvSbox, 14, 9, 13, 11);
+
+// ---- key expansion (FIPS 197 section 5.2) ---------------------------------
+
+constexpr uint32_t sub_word(uint32_t w) {
+    return (uint32_t{kSbox[w >> 24]} << 24) | (uint32_t{kSbox[(w >> 16) & 0xFF]} << 16) |
+           (uint32_t{kSbox[(w >> 8) & 0xFF]} << 8) | kSbox[w & 0xFF];
+}
+
+// Rcon[i] = x^(i-1) in the high byte.
+constexpr std::array<uint32_t, 11> make_rcon() {
+    std::array<uint32_t, 11> r{};
+    uint8_t v = 1;
+    for (int i = 1; i < 11; i++, v = xtime(v))
+        r[i] = uint32_t{v} << 24;
+    return r;
+}
+constexpr auto kRcon = make_rcon();
+
+// The number of rounds the block functions run for a schedule's rounds
+// field: 10, 12 or 14, so that any record content stays within the 60 words.
+inline uint32_t rounds_of(const AES_SCHEDULE &ks) {
+    return ks.rounds > 12 ? 14 : ks.rounds > 10 ? 12 : 10;
+}
+
+// InvMixColumns of one word through the decryption tables (which include
+// InvSubBytes, undone here by SubBytes).
+inline uint32_t inv_mix_column(uint32_t w) {
+    return kTd[0][kSbox[w >> 24]] ^ kTd[1][kSbox[(w >> 16) & 0xFF]] ^ kTd[2][kSbox[(w >> 8) & 0xFF]] ^
+           kTd[3][kSbox[w & 0xFF]];
+}
+
+// ---- table-driven rounds ----------------------------------------------------
+
+inline uint32_t byte_of(uint32_t w, int i) { return (w >> (24 - 8 * i)) & 0xFF; }
+
+void encrypt_tables(const uint8_t in[16], uint8_t out[16], const AES_SCHEDULE &ks) {
+    const uint32_t *rk = ks.rk;
+    const uint32_t n = rounds_of(ks);
+    uint32_t s0 = load32_be(in) ^ rk[0], s1 = load32_be(in + 4) ^ rk[1];
+    uint32_t s2 = load32_be(in + 8) ^ rk[2], s3 = load32_be(in + 12) ^ rk[3];
+    auto te = [](uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
+        return kTe[0][a >> 24] ^ kTe[1][(b >> 16) & 0xFF] ^ kTe[2][(c >> 8) & 0xFF] ^ kTe[3][d & 0xFF];
     };
-    static void encrypt(const Schedule &, const uint8_t *, uint8_t *) {}
-    static void decrypt(const Schedule &, const uint8_t *, uint8_t *) {}
-    static constexpr ModeErrors kErrors{1, 1, 1, 1, 1};
-    static uint32_t key_schedule(BLOCK_CIPHER_UNIT *, const uint8_t *, const uint8_t *, uint32_t) { return 0; }
-};
+    for (uint32_t r = 1; r < n; r++) {
+        rk += 4;
+        const uint32_t t0 = te(s0, s1, s2, s3) ^ rk[0];
+        const uint32_t t1 = te(s1, s2, s3, s0) ^ rk[1];
+        const uint32_t t2 = te(s2, s3, s0, s1) ^ rk[2];
+        const uint32_t t3 = te(s3, s0, s1, s2) ^ rk[3];
+        s0 = t0, s1 = t1, s2 = t2, s3 = t3;
+    }
+    rk += 4;
+    // Last round: SubBytes and ShiftRows without MixColumns.
+    auto last = [](uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
+        return (uint32_t{kSbox[a >> 24]} << 24) | (uint32_t{kSbox[byte_of(b, 1)]} << 16) |
+               (uint32_t{kSbox[byte_of(c, 2)]} << 8) | kSbox[d & 0xFF];
+    };
+    store32_be(out, last(s0, s1, s2, s3) ^ rk[0]);
+    store32_be(out + 4, last(s1, s2, s3, s0) ^ rk[1]);
+    store32_be(out + 8, last(s2, s3, s0, s1) ^ rk[2]);
+    store32_be(out + 12, last(s3, s0, s1, s2) ^ rk[3]);
+}
+
+// The equivalent inverse cipher (FIPS 197 section 5.3.5): InvShiftRows
+// takes row i of column j from column j - i.
+void decrypt_tables(const uint8_t in[16], uint8_t out[16], const AES_SCHEDULE &ks) {
+    const uint32_t *rk = ks.rk;
+    const uint32_t n = rounds_of(ks);
+    uint32_t s0 = load32_be(in) ^ rk[0], s1 = load32_be(in + 4) ^ rk[1];
+    uint32_t s2 = load32_be(in + 8) ^ rk[2], s3 = load32_be(in + 12) ^ rk[3];
+    auto td = [](uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
+        return kTd[0][a >> 24] ^ kTd[1][(b >> 16) & 0xFF] ^ kTd[2][(c >> 8) & 0xFF] ^ kTd[3][d & 0xFF];
+    };
+    for (uint32_t r = 1; r < n; r++) {
+        rk += 4;
+        const uint32_t t0 = td(s0, s3, s2, s1) ^ rk[0];
+        const uint32_t t1 = td(s1, s0, s3, s2) ^ rk[1];
+        const uint32_t t2 = td(s2, s1, s0, s3) ^ rk[2];
+        const uint32_t t3 = td(s3, s2, s1, s0) ^ rk[3];
+        s0 = t0, s1 = t1, s2 = t2, s3 = t3;
+    }
+    rk += 4;
+    auto last = [](uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
+        return (uint32_t{kInvSbox[a >> 24]} << 24) | (uint32_t{kInvSbox[byte_of(b, 1)]} << 16) |
+               (uint32_t{kInvSbox[byte_of(c, 2)]} << 8) | kInvSbox[d & 0xFF];
+    };
+    store32_be(out, last(s0, s3, s2, s1) ^ rk[0]);
+    store32_be(out + 4, last(s1, s0, s3, s2) ^ rk[1]);
+    store32_be(out + 8, last(s2, s1, s0, s3) ^ rk[2]);
+    store32_be(out + 12, last(s3, s2, s1, s0) ^ rk[3]);
+}
+
+// ---- AES-NI ------------------------------------------------------------------
+// The instructions keep the state and round keys in byte order; the schedule
+// holds big-endian words, so each round key is byte-swapped per word as it is
+// loaded.  The decryption schedule is already in the layout aesdec expects
+// (the equivalent inverse cipher).
+
+#if KRY_AES_NI
+bool cpu_has_aes() {
+    static const bool has = [] {
+        unsigned a, b, c, d;
+        if (!__get_cpuid(1, &a, &b, &c, &d))
+            return false;
+        return (c & (1u << 25)) && (c & (1u << 9));  // AES-NI and SSSE3
+    }();
+    return has;
+}
+
+#define KRY_TARGET_AES __attribute__((target("aes,ssse3")))
+
+// Round key i in the instructions' byte order.
+KRY_TARGET_AES inline __m128i round_key(const uint32_t *rk, int i) {
+    const __m128i swap = _mm_set_epi8(12, 13, 14, 15, 8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3);
+    return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(rk + 4 * i)), swap);
+}
+
+template <bool kDecrypt> KRY_TARGET_AES inline __m128i middle_round(__m128i x, __m128i k) {
+    return kDecrypt ? _mm_aesdec_si128(x, k) : _mm_aesenc_si128(x, k);
+}
+template <bool kDecrypt> KRY_TARGET_AES inline __m128i last_round(__m128i x, __m128i k) {
+    return kDecrypt ? _mm_aesdeclast_si128(x, k) : _mm_aesenclast_si128(x, k);
+}
+
+// n blocks with N rounds; eight at a time so that the rounds of independent
+// blocks overlap in the pipeline.  in == out is allowed.
+template <int N, bool kDecrypt>
+KRY_TARGET_AES void crypt_ni(const uint8_t *in, uint8_t *out, size_t n, const uint32_t *rk) {
+    __m128i k[N + 1];
+    for (int i = 0; i <= N; i++)
+        k[i] = round_key(rk, i);
+    for (; n >= 8; n -= 8, in += 128, out += 128) {
+        __m128i x[8];
+#pragma GCC unroll 8
+        for (int b = 0; b < 8; b++)
+            x[b] = _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i *>(in + 16 * b)), k[0]);
+#pragma GCC unroll 14
+        for (int r = 1; r < N; r++)
+#pragma GCC unroll 8
+            for (int b = 0; b < 8; b++)
+                x[b] = middle_round<kDecrypt>(x[b], k[r]);
+#pragma GCC unroll 8
+        for (int b = 0; b < 8; b++)
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 16 * b), last_round<kDecrypt>(x[b], k[N]));
+    }
+    for (; n != 0; n--, in += 16, out += 16) {
+        __m128i x = _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i *>(in)), k[0]);
+#pragma GCC unroll 14
+        for (int r = 1; r < N; r++)
+            x = middle_round<kDecrypt>(x, k[r]);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out), last_round<kDecrypt>(x, k[N]));
+    }
+}
+
+// CBC encryption of n blocks, the chaining value kept in a register.
+template <int N>
+KRY_TARGET_AES void cbc_ni(const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain, const uint32_t *rk) {
+    __m128i k[N + 1];
+    for (int i = 0; i <= N; i++)
+        k[i] = round_key(rk, i);
+    __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(chain));
+    for (; n != 0; n--, in += 16, out += 16) {
+        x = _mm_xor_si128(x, _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i *>(in)), k[0]));
+#pragma GCC unroll 14
+        for (int r = 1; r < N; r++)
+            x = _mm_aesenc_si128(x, k[r]);
+        x = _mm_aesenclast_si128(x, k[N]);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out), x);
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(chain), x);
+}
+
+KRY_TARGET_AES void cbc_hardware(const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain,
+                                  const AES_SCHEDULE &ks) {
+    switch (rounds_of(ks)) {
+    case 10: cbc_ni<10>(in, out, n, chain, ks.rk); break;
+    case 12: cbc_ni<12>(in, out, n, chain, ks.rk); break;
+    default: cbc_ni<14>(in, out, n, chain, ks.rk); break;
+    }
+}
+
+template <bool kDecrypt>
+KRY_TARGET_AES void crypt_hardware(const uint8_t *in, uint8_t *out, size_t n, const AES_SCHEDULE &ks) {
+    switch (rounds_of(ks)) {
+    case 10: crypt_ni<10, kDecrypt>(in, out, n, ks.rk); break;
+    case 12: crypt_ni<12, kDecrypt>(in, out, n, ks.rk); break;
+    default: crypt_ni<14, kDecrypt>(in, out, n, ks.rk); break;
+    }
+}
+
+#else
+bool cpu_has_aes() { return false; }
+template <bool kDecrypt> void crypt_hardware(const uint8_t *, uint8_t *, size_t, const AES_SCHEDULE &) {}
+void cbc_hardware(const uint8_t *, uint8_t *, size_t, uint8_t *, const AES_SCHEDULE &) {}
+#endif
+
+std::atomic<bool> hardware_enabled{true};
+
+inline bool use_hardware() { return cpu_has_aes() && hardware_enabled.load(std::memory_order_relaxed); }
+
 }  // namespace
-const Modes kAesModes = modes_of<AesPlaceholder>();
-}  // namespace kry::cipher
+
+bool aes_hardware_available() { return cpu_has_aes(); }
+
+void aes_use_hardware(bool enabled) { hardware_enabled.store(enabled, std::memory_order_relaxed); }
+
+uint32_t aes_set_encrypt_key(const uint8_t *key, uint32_t key_length, AES_SCHEDULE &ks) {
+    if (key == nullptr || (key_length != 16 && key_length != 24 && key_length != 32))
+        return kAesErrInvalidKey;
+    const uint32_t nk = key_length / 4, rounds = nk + 6, words = 4 * (rounds + 1);
+    uint32_t *w = ks.rk;
+    for (uint32_t i = 0; i < nk; i++)
+        w[i] = load32_be(key + 4 * i);
+    for (uint32_t i = nk; i < words; i++) {
+        uint32_t t = w[i - 1];
+        if (i % nk == 0)
+            t = sub_word(rotl32(t, 8)) ^ kRcon[i / nk];
+        else if (nk > 6 && i % nk == 4)
+            t = sub_word(t);
+        w[i] = w[i - nk] ^ t;
+    }
+    for (uint32_t i = words; i < 60; i++)
+        w[i] = 0;
+    ks.rounds = rounds;
+    return 0;
+}
+
+uint32_t aes_set_decrypt_key(const uint8_t *key, uint32_t key_length, AES_SCHEDULE &ks) {
+    if (uint32_t r = aes_set_encrypt_key(key, key_length, ks); r != 0)
+        return r;
+    uint32_t *w = ks.rk;
+    const uint32_t n = ks.rounds;
+    for (uint32_t i = 0, j = 4 * n; i < j; i += 4, j -= 4)
+        for (uint32_t k = 0; k < 4; k++) {
+            const uint32_t t = w[i + k];
+            w[i + k] = w[j + k];
+            w[j + k] = t;
+        }
+    for (uint32_t i = 4; i < 4 * n; i++)
+        w[i] = inv_mix_column(w[i]);
+    return 0;
+}
+
+void aes_encrypt_block(const uint8_t in[16], uint8_t out[16], const AES_SCHEDULE &ks) {
+    if (use_hardware())
+        crypt_hardware<false>(in, out, 1, ks);
+    else
+        encrypt_tables(in, out, ks);
+}
+
+void aes_decrypt_block(const uint8_t in[16], uint8_t out[16], const AES_SCHEDULE &ks) {
+    if (use_hardware())
+        crypt_hardware<true>(in, out, 1, ks);
+    else
+        decrypt_tables(in, out, ks);
+}
+
+void aes_encrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, const AES_SCHEDULE &ks) {
+    if (use_hardware()) {
+        crypt_hardware<false>(in, out, nblocks, ks);
+        return;
+    }
+    for (; nblocks != 0; nblocks--, in += 16, out += 16)
+        encrypt_tables(in, out, ks);
+}
+
+void aes_decrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, const AES_SCHEDULE &ks) {
+    if (use_hardware()) {
+        crypt_hardware<true>(in, out, nblocks, ks);
+        return;
+    }
+    for (; nblocks != 0; nblocks--, in += 16, out += 16)
+        decrypt_tables(in, out, ks);
+}
+
+void aes_cbc_encrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, uint8_t chain[16],
+                            const AES_SCHEDULE &ks) {
+    if (use_hardware()) {
+        cbc_hardware(in, out, nblocks, chain, ks);
+        return;
+    }
+    uint8_t block[16];
+    for (; nblocks != 0; nblocks--, in += 16, out += 16) {
+        for (int i = 0; i < 16; i++)
+            block[i] = static_cast<uint8_t>(chain[i] ^ in[i]);
+        encrypt_tables(block, chain, ks);
+        std::memcpy(out, chain, 16);
+    }
+    wipe_object(block);
+}
+
+// ---- the unit's functions ------------------------------------------------------
+
+namespace cipher {
+namespace {
+
+constexpr uint32_t kErrNullKey = 0x06010002;  // carries the ARIA library byte; kept
+constexpr uint32_t kErrExpansion = 0x02010002;
+
+struct Aes {
+    static constexpr uint32_t kBlock = 16;
+    using Schedule = AES_SCHEDULE;
+    static void encrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { aes_encrypt_block(in, out, ks); }
+    static void decrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { aes_decrypt_block(in, out, ks); }
+    // Several blocks at once, for a mode engine that batches independent blocks.
+    static void encrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+        aes_encrypt_blocks(in, out, n, ks);
+    }
+    static void decrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+        aes_decrypt_blocks(in, out, n, ks);
+    }
+    static void cbc_encrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain) {
+        aes_cbc_encrypt_blocks(in, out, n, chain, ks);
+    }
+    static constexpr ModeErrors kErrors{0x02020003, 0x02030003, 0x02040003, 0x02050003, 0x02060003};
+
+    // In this order: the test-mode gate (-2 when it fails), the IV, the
+    // direction, then the key.
+    static uint32_t key_schedule(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv,
+                                 uint32_t direction) {
+        if (test_mode_gate() != 0)
+            return KRY_ERR_TEST_FAIL;
+        if (unit == nullptr)
+            return kErrNullKey;
+        load_iv(unit, iv);
+        unit->direction = direction;
+        if (key == nullptr)
+            return kErrNullKey;
+        auto *ks = unit->key_schedule_size >= sizeof(Schedule) ? static_cast<Schedule *>(unit->key_schedule)
+                                                               : nullptr;
+        if (ks == nullptr)
+            return kErrExpansion;
+        const uint32_t r = decryption_schedule(unit, direction) ? aes_set_decrypt_key(key, unit->key_length, *ks)
+                                                                : aes_set_encrypt_key(key, unit->key_length, *ks);
+        return r != 0 ? kErrExpansion : 0;
+    }
+};
+
+}  // namespace
+
+const Modes kAesModes = modes_of<Aes>();
+
+}  // namespace cipher
+}  // namespace kry

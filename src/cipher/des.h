@@ -46,6 +46,25 @@ void des_ip(uint32_t &l, uint32_t &r);
 void des_fp(uint32_t &l, uint32_t &r);
 void des_crypt_words(const DesKeySchedule &ks, uint32_t &l, uint32_t &r, bool reverse);
 
+// ---- DES-EDE (triple DES, encrypt-decrypt-encrypt) -------------------------
+
+// Three DES schedules in the order the three passes use them (384 bytes).
+// Each pass runs its schedule's subkeys in stored order, so the passes'
+// directions are fixed when the schedule is built.
+struct DesEdeKeySchedule {
+    DesKeySchedule pass[3];
+};
+
+// Builds the schedule of a 16-byte (K1 K2, with K3 = K1) or 24-byte
+// (K1 K2 K3) key.  direction 1: E(K1), D(K2), E(K3); direction 0: D(K3),
+// E(K2), D(K1).  A key length other than 16 or 24 returns 1; any other
+// direction leaves the schedule untouched; otherwise 0.
+uint32_t des_ede_set_key(const uint8_t *key, uint32_t key_length, DesEdeKeySchedule &ks, uint32_t direction);
+
+// One 8-byte block through the three passes (IP and FP once).  in == out is
+// allowed.
+void des_ede_block(const DesEdeKeySchedule &ks, const uint8_t in[8], uint8_t out[8]);
+
 }  // namespace kry
 
 #endif  // KRY_SRC_CIPHER_DES_H

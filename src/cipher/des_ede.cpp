@@ -1,18 +1,47 @@
-// Placeholder until the algorithm lands.
+// DES-EDE (triple DES, ANSI X9.52 / NIST SP 800-67) for the block-cipher
+// unit: two-key (16-byte key, K3 = K1) and three-key (24-byte key) forms.
+// The schedule holds the three passes' DES schedules already in the order
+// and direction the passes run them, so encryption and decryption are the
+// same block function.
+#include "cipher/des.h"
 #include "cipher/modes.h"
+#include "foundation/common.h"
 
 namespace kry::cipher {
 namespace {
-struct DesEdePlaceholder {
+
+struct DesEde {
     static constexpr uint32_t kBlock = 8;
-    struct Schedule {
-        uint8_t bytes[384];
-    };
-    static void encrypt(const Schedule &, const uint8_t *, uint8_t *) {}
-    static void decrypt(const Schedule &, const uint8_t *, uint8_t *) {}
-    static constexpr ModeErrors kErrors{1, 1, 1, 1, 1};
-    static uint32_t key_schedule(BLOCK_CIPHER_UNIT *, const uint8_t *, const uint8_t *, uint32_t) { return 0; }
+    using Schedule = DesEdeKeySchedule;
+    static void encrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { des_ede_block(ks, in, out); }
+    static void decrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { des_ede_block(ks, in, out); }
+    static constexpr ModeErrors kErrors{0x04020003, 0x04030003, 0x04040003, 0x04050003, 0x04060003};
+    static constexpr uint32_t kErrInit = 0x04010003;  // F_INIT_DES_EDE_KEY, invalid input
+
+    // The unit's key length (16 or 24) selects the two- or three-key form;
+    // the decryption arrangement is built only for ECB and CBC decryption.
+    // The expansion's own result is not passed on.
+    static uint32_t key_schedule(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv,
+                                 uint32_t direction) {
+        if (uint32_t r = test_mode_gate(); r != 0)
+            return r;
+        if (unit == nullptr)
+            return kErrInit;
+        load_iv(unit, iv);
+        if (key != nullptr) {
+            if (unit->key_schedule == nullptr || unit->key_schedule_size < sizeof(Schedule))
+                return kErrInit;
+            (void)des_ede_set_key(key, unit->key_length, *static_cast<Schedule *>(unit->key_schedule),
+                                  decryption_schedule(unit, direction) ? 0 : 1);
+        }
+        unit->direction = direction;
+        return 0;
+    }
 };
+static_assert(sizeof(DesEde::Schedule) == 384);
+
 }  // namespace
-const Modes kDesEdeModes = modes_of<DesEdePlaceholder>();
+
+const Modes kDesEdeModes = modes_of<DesEde>();
+
 }  // namespace kry::cipher

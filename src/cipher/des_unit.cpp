@@ -1,18 +1,44 @@
-// Placeholder until the algorithm lands.
+// DES (FIPS 46-3) for the block-cipher unit.  The schedule is one DES
+// schedule whose subkey order sets the direction, so encryption and
+// decryption are the same block function.
+#include "cipher/des.h"
 #include "cipher/modes.h"
+#include "foundation/common.h"
 
 namespace kry::cipher {
 namespace {
-struct DesPlaceholder {
+
+struct Des {
     static constexpr uint32_t kBlock = 8;
-    struct Schedule {
-        uint8_t bytes[128];
-    };
-    static void encrypt(const Schedule &, const uint8_t *, uint8_t *) {}
-    static void decrypt(const Schedule &, const uint8_t *, uint8_t *) {}
-    static constexpr ModeErrors kErrors{1, 1, 1, 1, 1};
-    static uint32_t key_schedule(BLOCK_CIPHER_UNIT *, const uint8_t *, const uint8_t *, uint32_t) { return 0; }
+    using Schedule = DesKeySchedule;
+    static void encrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { des_encrypt_block(ks, in, out); }
+    static void decrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { des_encrypt_block(ks, in, out); }
+    static constexpr ModeErrors kErrors{0x03020003, 0x03030003, 0x03040003, 0x03050003, 0x03060003};
+    static constexpr uint32_t kErrInit = 0x03010003;  // F_INIT_DES_KEY, invalid input
+
+    // Decryption order only for ECB and CBC decryption: the stream modes
+    // encrypt in both directions.
+    static uint32_t key_schedule(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv,
+                                 uint32_t direction) {
+        if (uint32_t r = test_mode_gate(); r != 0)
+            return r;
+        if (unit == nullptr)
+            return kErrInit;
+        load_iv(unit, iv);
+        if (key != nullptr) {
+            if (unit->key_schedule == nullptr || unit->key_schedule_size < sizeof(Schedule))
+                return kErrInit;
+            des_set_key(*static_cast<Schedule *>(unit->key_schedule), key,
+                        decryption_schedule(unit, direction) ? DesOrder::decrypt : DesOrder::encrypt);
+        }
+        unit->direction = direction;
+        return 0;
+    }
 };
+static_assert(sizeof(Des::Schedule) == 128);
+
 }  // namespace
-const Modes kDesModes = modes_of<DesPlaceholder>();
+
+const Modes kDesModes = modes_of<Des>();
+
 }  // namespace kry::cipher

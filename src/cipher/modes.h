@@ -72,12 +72,48 @@ inline void increment_counter64(uint8_t *block) { store64_be(block, load64_be(bl
 
 // ---- modes -----------------------------------------------------------------
 
+// Ciphers may also give multi-block ECB functions (several blocks in flight
+// at once):  static void encrypt_blocks(const Schedule &, const uint8_t *in,
+// uint8_t *out, size_t n) and decrypt_blocks; in == out allowed.
+template <class C>
+concept MultiBlock = requires(const typename C::Schedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+    C::encrypt_blocks(ks, in, out, n);
+    C::decrypt_blocks(ks, in, out, n);
+};
+// A cipher may give CBC encryption of whole blocks:  static void
+// cbc_encrypt_blocks(const Schedule &, const uint8_t *in, uint8_t *out,
+// size_t n, uint8_t *chain).
+template <class C>
+concept CbcBlocks = requires(const typename C::Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *c) {
+    C::cbc_encrypt_blocks(ks, in, out, n, c);
+};
+constexpr uint32_t kBatch = 8;  // blocks per multi-block call in CBC, CFB and CTR
+
+// out = a ^ b over one block (any of them may alias).
+template <uint32_t B>
+inline void xor_block(uint8_t *out, const uint8_t *a, const uint8_t *b) {
+    for (uint32_t i = 0; i < B; i += 8) {
+        uint64_t x, y;
+        std::memcpy(&x, a + i, 8);
+        std::memcpy(&y, b + i, 8);
+        x ^= y;
+        std::memcpy(out + i, &x, 8);
+    }
+}
+
 template <class C>
 uint32_t ecb(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t length) {
     const auto *ks = schedule_of<C>(unit);
     if (ks == nullptr || out == nullptr || in == nullptr)
         return C::kErrors.ecb;
     const bool enc = unit->direction == 1;
+    if constexpr (MultiBlock<C>) {
+        if (enc)
+            C::encrypt_blocks(*ks, in, out, length / C::kBlock);
+        else
+            C::decrypt_blocks(*ks, in, out, length / C::kBlock);
+        return 0;
+    }
     for (uint32_t n = length / C::kBlock; n != 0; n--, in += C::kBlock, out += C::kBlock) {
         if (enc)
             C::encrypt(*ks, in, out);
@@ -99,11 +135,16 @@ uint32_t cbc(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t 
     WipeOnExit wipe_block(block);
 
     if (unit->direction == 1) {
-        for (uint32_t n = length / B; n != 0; n--, in += B, out += B) {
-            for (uint32_t i = 0; i < B; i++)
-                block[i] = chain[i] ^ in[i];
-            C::encrypt(*ks, block, chain);
-            std::memcpy(out, chain, B);
+        if constexpr (CbcBlocks<C>) {
+            C::cbc_encrypt_blocks(*ks, in, out, length / B, chain);
+            in += length - rest, out += length - rest;
+        } else {
+            for (uint32_t n = length / B; n != 0; n--, in += B, out += B) {
+                for (uint32_t i = 0; i < B; i++)
+                    block[i] = chain[i] ^ in[i];
+                C::encrypt(*ks, block, chain);
+                std::memcpy(out, chain, B);
+            }
         }
         if (rest != 0) {
             // A trailing partial block is combined with the chaining value
@@ -118,9 +159,24 @@ uint32_t cbc(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t 
         return 0;
     }
 
+    uint32_t whole = length / B;
+    if constexpr (MultiBlock<C>) {
+        uint8_t cts[kBatch * B], pts[kBatch * B];
+        WipeOnExit wipe_cts(cts), wipe_pts(pts);
+        while (whole >= 2) {
+            const uint32_t m = std::min(whole, kBatch);
+            std::memcpy(cts, in, m * B);  // in may be out
+            C::decrypt_blocks(*ks, cts, pts, m);
+            xor_block<B>(out, pts, chain);
+            for (uint32_t j = 1; j < m; j++)
+                xor_block<B>(out + j * B, pts + j * B, cts + (j - 1) * B);
+            std::memcpy(chain, cts + (m - 1) * B, B);
+            in += m * B, out += m * B, whole -= m;
+        }
+    }
     uint8_t saved[B] = {};
     WipeOnExit wipe_saved(saved);
-    for (uint32_t n = length / B; n != 0; n--, in += B, out += B) {
+    for (uint32_t n = whole; n != 0; n--, in += B, out += B) {
         std::memcpy(saved, in, B);  // in may be out
         C::decrypt(*ks, saved, block);
         for (uint32_t i = 0; i < B; i++)
@@ -141,22 +197,40 @@ uint32_t cbc(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t 
 }
 
 // Full-block CFB: the register is encrypted in place at each block start and
-// then takes the ciphertext bytes.
+// then takes the ciphertext bytes.  Whole blocks at a block start take the
+// fast path; the byte loop serves the rest (same results).
 template <class C>
 uint32_t cfb(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t length) {
+    constexpr uint32_t B = C::kBlock;
     const auto *ks = schedule_of<C>(unit);
     if (ks == nullptr || out == nullptr || in == nullptr)
         return C::kErrors.cfb;
     uint8_t *reg = unit->feedback;
-    uint32_t pos = unit->position & (C::kBlock - 1);
+    uint32_t pos = unit->position & (B - 1);
     const bool enc = unit->direction == 1;
-    for (uint32_t i = 0; i < length; i++) {
+    while (length > 0) {
+        if (pos == 0 && length >= B) {
+            C::encrypt(*ks, reg, reg);
+            if (enc) {
+                xor_block<B>(reg, reg, in);
+                std::memcpy(out, reg, B);
+            } else {
+                uint8_t c[B];
+                std::memcpy(c, in, B);  // in may be out
+                xor_block<B>(out, reg, c);
+                std::memcpy(reg, c, B);
+            }
+            in += B, out += B, length -= B;
+            continue;
+        }
         if (pos == 0)
             C::encrypt(*ks, reg, reg);
-        const uint8_t c = enc ? static_cast<uint8_t>(reg[pos] ^ in[i]) : in[i];
-        out[i] = static_cast<uint8_t>(reg[pos] ^ in[i]);
-        reg[pos] = c;
-        pos = (pos + 1) & (C::kBlock - 1);
+        const uint8_t x = *in++;
+        const uint8_t y = static_cast<uint8_t>(reg[pos] ^ x);
+        *out++ = y;
+        reg[pos] = enc ? y : x;
+        pos = (pos + 1) & (B - 1);
+        length--;
     }
     unit->position = pos;
     return 0;
@@ -164,16 +238,24 @@ uint32_t cfb(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t 
 
 template <class C>
 uint32_t ofb(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t length) {
+    constexpr uint32_t B = C::kBlock;
     const auto *ks = schedule_of<C>(unit);
     if (ks == nullptr || out == nullptr || in == nullptr)
         return C::kErrors.ofb;
     uint8_t *reg = unit->feedback;
-    uint32_t pos = unit->position & (C::kBlock - 1);
-    for (uint32_t i = 0; i < length; i++) {
+    uint32_t pos = unit->position & (B - 1);
+    while (length > 0) {
+        if (pos == 0 && length >= B) {
+            C::encrypt(*ks, reg, reg);
+            xor_block<B>(out, in, reg);
+            in += B, out += B, length -= B;
+            continue;
+        }
         if (pos == 0)
             C::encrypt(*ks, reg, reg);
-        out[i] = static_cast<uint8_t>(reg[pos] ^ in[i]);
-        pos = (pos + 1) & (C::kBlock - 1);
+        *out++ = static_cast<uint8_t>(reg[pos] ^ *in++);
+        pos = (pos + 1) & (B - 1);
+        length--;
     }
     unit->position = pos;
     return 0;
@@ -184,22 +266,54 @@ uint32_t ofb(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t 
 // 8-byte blocks as a 64-bit big-endian number).
 template <class C>
 uint32_t ctr(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t length) {
+    constexpr uint32_t B = C::kBlock;
     const auto *ks = schedule_of<C>(unit);
     if (ks == nullptr || out == nullptr || in == nullptr)
         return C::kErrors.ctr;
     uint8_t *counter = unit->feedback;
     uint8_t *stream = unit->keystream;
-    uint32_t pos = unit->position & (C::kBlock - 1);
-    for (uint32_t i = 0; i < length; i++) {
-        if (pos == 0) {
-            C::encrypt(*ks, counter, stream);
-            if constexpr (C::kBlock == 16)
-                increaseCounter(counter);
-            else
-                increment_counter64(counter);
+    const auto next_block = [&] {
+        C::encrypt(*ks, counter, stream);
+        if constexpr (B == 16)
+            increaseCounter(counter);
+        else
+            increment_counter64(counter);
+    };
+    uint32_t pos = unit->position & (B - 1);
+    if constexpr (MultiBlock<C> && B == 16) {
+        if (pos == 0 && length >= 2 * B) {
+            uint8_t ks_buf[kBatch * B];
+            WipeOnExit wipe_ks(ks_buf);
+            while (length >= 2 * B) {
+                const uint32_t m = std::min(length / B, kBatch);
+                uint64_t hi = load64_be(counter), lo = load64_be(counter + 8);
+                for (uint32_t j = 0; j < m; j++) {
+                    store64_be(ks_buf + j * B, hi);
+                    store64_be(ks_buf + j * B + 8, lo);
+                    hi += (++lo == 0);  // the 128-bit big-endian increment of increaseCounter
+                }
+                store64_be(counter, hi);
+                store64_be(counter + 8, lo);
+                C::encrypt_blocks(*ks, ks_buf, ks_buf, m);
+                for (uint32_t j = 0; j < m; j++)
+                    xor_block<B>(out + j * B, in + j * B, ks_buf + j * B);
+                std::memcpy(stream, ks_buf + (m - 1) * B, B);
+                in += m * B, out += m * B, length -= m * B;
+            }
         }
-        out[i] = static_cast<uint8_t>(stream[pos] ^ in[i]);
-        pos = (pos + 1) & (C::kBlock - 1);
+    }
+    while (length > 0) {
+        if (pos == 0 && length >= B) {
+            next_block();
+            xor_block<B>(out, in, stream);
+            in += B, out += B, length -= B;
+            continue;
+        }
+        if (pos == 0)
+            next_block();
+        *out++ = static_cast<uint8_t>(stream[pos] ^ *in++);
+        pos = (pos + 1) & (B - 1);
+        length--;
     }
     unit->position = pos;
     return 0;

@@ -1,18 +1,224 @@
-// Placeholder until the algorithm lands.
-#include "cipher/modes.h"
+// SEED (RFC 4269; KISA, TTAS.KO-12.0004): 128-bit blocks, 128-bit key,
+// 16-round Feistel network.
+//
+// The two S-boxes are built at compile time from their algebraic definition
+// in the SEED standard (KISA, TTAS.KO-12.0004),
+//     S1(x) = A1 . x^247 + 169,    S2(x) = A2 . x^251 + 56,
+// in GF(2^8) modulo x^8 + x^6 + x^5 + x + 1, with A1 and A2 8 x 8 binary
+// matrices; they are checked below against entries of RFC 4269 Appendix A.
+// The function G (RFC 4269 section 2.1) then becomes four 256-entry word
+// tables, one per input byte, each folding its S-box and G's masked byte
+// permutation together, so G is four lookups.
+#include "cipher/seed.h"
 
-namespace kry::cipher {
+#include "cipher/modes.h"
+#include "foundation/common.h"
+
+#include <array>
+
+namespace kry {
 namespace {
-struct SeedPlaceholder {
-    static constexpr uint32_t kBlock = 16;
-    struct Schedule {
-        uint8_t bytes[128];
-    };
-    static void encrypt(const Schedule &, const uint8_t *, uint8_t *) {}
-    static void decrypt(const Schedule &, const uint8_t *, uint8_t *) {}
-    static constexpr ModeErrors kErrors{1, 1, 1, 1, 1};
-    static uint32_t key_schedule(BLOCK_CIPHER_UNIT *, const uint8_t *, const uint8_t *, uint32_t) { return 0; }
-};
+
+// ---- S-boxes -----------------------------------------------------------------
+
+constexpr uint8_t gf_mul(uint8_t a, uint8_t b) {
+    unsigned x = a, r = 0;
+    for (; b != 0; b >>= 1) {
+        if (b & 1)
+            r ^= x;
+        x <<= 1;
+        if (x & 0x100)
+            x ^= 0x163;  // x^8 + x^6 + x^5 + x + 1
+    }
+    return static_cast<uint8_t>(r);
+}
+
+constexpr uint8_t gf_pow(uint8_t x, unsigned e) {
+    uint8_t r = 1;
+    for (; e != 0; e >>= 1) {
+        if (e & 1)
+            r = gf_mul(r, x);
+        x = gf_mul(x, x);
+    }
+    return r;
+}
+
+// A linear map of GF(2)^8 given by its columns: column i is the image of
+// bit i.
+using Matrix = std::array<uint8_t, 8>;
+constexpr Matrix kA1 = {0x2C, 0xD0, 0x69, 0xC2, 0x41, 0x44, 0x58, 0xE2};
+constexpr Matrix kA2 = {0xD0, 0x2A, 0xE1, 0x2C, 0x21, 0x30, 0xA2, 0x6C};
+
+constexpr uint8_t apply(const Matrix &m, uint8_t v) {
+    uint8_t r = 0;
+    for (unsigned i = 0; i < 8; ++i)
+        if ((v >> i) & 1)
+            r ^= m[i];
+    return r;
+}
+
+constexpr std::array<uint8_t, 256> make_sbox(const Matrix &m, unsigned exponent, uint8_t constant) {
+    std::array<uint8_t, 256> s{};
+    for (unsigned x = 0; x < 256; ++x)
+        s[x] = apply(m, gf_pow(static_cast<uint8_t>(x), exponent)) ^ constant;
+    return s;
+}
+
+constexpr auto kS1 = make_sbox(kA1, 247, 169);
+constexpr auto kS2 = make_sbox(kA2, 251, 56);
+
+constexpr bool is_permutation(const std::array<uint8_t, 256> &s) {
+    std::array<bool, 256> seen{};
+    for (uint8_t v : s) {
+        if (seen[v])
+            return false;
+        seen[v] = true;
+    }
+    return true;
+}
+static_assert(is_permutation(kS1) && is_permutation(kS2));
+// The first entries of RFC 4269 Appendix A.
+static_assert(kS1[0] == 0xA9 && kS1[1] == 0x85 && kS1[2] == 0xD6 && kS1[3] == 0xD3 && kS1[15] == 0x63);
+static_assert(kS2[0] == 0x38 && kS2[1] == 0xE8 && kS2[2] == 0x2D && kS2[3] == 0xA6 && kS2[15] == 0x5B);
+
+// ---- G -------------------------------------------------------------------------
+
+// G (RFC 4269 2.1): for X = X3||X2||X1||X0, Y0 = S1(X0), Y1 = S2(X1),
+// Y2 = S1(X2), Y3 = S2(X3), and with the masks m0..m3 = FC F3 CF 3F
+//   Z0 = Y0&m0 ^ Y1&m1 ^ Y2&m2 ^ Y3&m3     Z1 = Y0&m1 ^ Y1&m2 ^ Y2&m3 ^ Y3&m0
+//   Z2 = Y0&m2 ^ Y1&m3 ^ Y2&m0 ^ Y3&m1     Z3 = Y0&m3 ^ Y1&m0 ^ Y2&m1 ^ Y3&m2
+// G(X) = Z3||Z2||Z1||Z0.  Table n holds the contribution of Yn to Z.
+constexpr std::array<uint8_t, 4> kMask = {0xFC, 0xF3, 0xCF, 0x3F};
+
+constexpr std::array<std::array<uint32_t, 256>, 4> make_ss() {
+    std::array<std::array<uint32_t, 256>, 4> t{};
+    for (unsigned n = 0; n < 4; ++n)
+        for (unsigned x = 0; x < 256; ++x) {
+            const uint8_t y = (n % 2 == 0) ? kS1[x] : kS2[x];
+            uint32_t z = 0;
+            for (unsigned out = 0; out < 4; ++out)  // Zout takes Yn & m[(n + out) mod 4]
+                z |= uint32_t{static_cast<uint8_t>(y & kMask[(n + out) % 4])} << (8 * out);
+            t[n][x] = z;
+        }
+    return t;
+}
+constexpr auto kSS = make_ss();
+static_assert(kSS[0][0] == 0x2989A1A8 && kSS[1][0] == 0x38380830 && kSS[2][0] == 0xA1A82989 &&
+              kSS[3][0] == 0x08303838);
+
+inline uint32_t g(uint32_t x) {
+    return kSS[0][x & 0xFF] ^ kSS[1][(x >> 8) & 0xFF] ^ kSS[2][(x >> 16) & 0xFF] ^ kSS[3][x >> 24];
+}
+
+// ---- rounds --------------------------------------------------------------------
+
+// One round: (l0, l1) ^= F(r0, r1, K) with the round key K = k[0], k[1].
+// F (RFC 4269 2.1): C = R0 ^ K0, D = R1 ^ K1;
+//   D = G(C ^ D); C = G(C + D); D = G(D + C); C = C + D;  F = C || D.
+inline void half_round(uint32_t &l0, uint32_t &l1, uint32_t r0, uint32_t r1, const uint32_t *k) {
+    uint32_t c = r0 ^ k[0];
+    uint32_t d = g((r1 ^ k[1]) ^ c);
+    c = g(c + d);
+    d = g(d + c);
+    c += d;
+    l0 ^= c;
+    l1 ^= d;
+}
+
+// Sixteen rounds, two per step so the halves need no swapping; the last
+// round does not swap, so the output is R16 || L16 of the standard's
+// numbering.  Decryption is the same network with the round keys reversed.
+template <bool Decrypt> inline void crypt(const uint8_t *in, uint8_t *out, const SEED_SCHEDULE &ks) {
+    uint32_t l0 = load32_be(in), l1 = load32_be(in + 4);
+    uint32_t r0 = load32_be(in + 8), r1 = load32_be(in + 12);
+    for (int i = 0; i < 16; i += 2) {
+        const int a = Decrypt ? 15 - i : i, b = Decrypt ? 14 - i : i + 1;
+        half_round(l0, l1, r0, r1, ks.k + 2 * a);
+        half_round(r0, r1, l0, l1, ks.k + 2 * b);
+    }
+    store32_be(out, r0);
+    store32_be(out + 4, r1);
+    store32_be(out + 8, l0);
+    store32_be(out + 12, l1);
+}
+
+// Key-schedule constants KC_i = the golden-ratio word 9E3779B9 rotated left
+// by i (RFC 4269 2.2).
+constexpr std::array<uint32_t, 16> make_kc() {
+    std::array<uint32_t, 16> kc{};
+    for (unsigned i = 0; i < 16; ++i)
+        kc[i] = rotl32(0x9E3779B9u, static_cast<int>(i));
+    return kc;
+}
+constexpr auto kKC = make_kc();
+static_assert(kKC[1] == 0x3C6EF373 && kKC[15] == 0xBCDCCF1B);
+
 }  // namespace
-const Modes kSeedModes = modes_of<SeedPlaceholder>();
-}  // namespace kry::cipher
+
+// RFC 4269 2.2: Key = A||B||C||D; for i = 1..16:
+//   Ki,0 = G(A + C - KC_{i-1}),  Ki,1 = G(B - D + KC_{i-1}),
+//   then A||B >>>= 8 after odd rounds and C||D <<<= 8 after even ones.
+void seed_set_key(const uint8_t key[16], SEED_SCHEDULE &ks) {
+    uint32_t a = load32_be(key), b = load32_be(key + 4);
+    uint32_t c = load32_be(key + 8), d = load32_be(key + 12);
+    for (unsigned i = 0; i < 16; i += 2) {
+        ks.k[2 * i] = g(a + c - kKC[i]);
+        ks.k[2 * i + 1] = g(b - d + kKC[i]);
+        uint32_t t = a;
+        a = (a >> 8) | (b << 24);
+        b = (b >> 8) | (t << 24);
+
+        ks.k[2 * i + 2] = g(a + c - kKC[i + 1]);
+        ks.k[2 * i + 3] = g(b - d + kKC[i + 1]);
+        t = c;
+        c = (c << 8) | (d >> 24);
+        d = (d << 8) | (t >> 24);
+    }
+}
+
+void seed_encrypt_block(const uint8_t in[16], uint8_t out[16], const SEED_SCHEDULE &ks) {
+    crypt<false>(in, out, ks);
+}
+
+void seed_decrypt_block(const uint8_t in[16], uint8_t out[16], const SEED_SCHEDULE &ks) {
+    crypt<true>(in, out, ks);
+}
+
+// ---- the block-cipher unit's SEED -------------------------------------------------
+
+namespace cipher {
+namespace {
+
+struct Seed {
+    static constexpr uint32_t kBlock = 16;
+    using Schedule = SEED_SCHEDULE;
+    static void encrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { crypt<false>(in, out, ks); }
+    static void decrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { crypt<true>(in, out, ks); }
+    static constexpr ModeErrors kErrors{0x05020003, 0x05030003, 0x05040003, 0x05050003, 0x05060003};
+    static constexpr uint32_t kErrInit = 0x05010003;  // F_INIT_SEED_KEY, invalid input
+
+    // One expansion serves both directions.
+    static uint32_t key_schedule(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv,
+                                 uint32_t direction) {
+        if (uint32_t r = test_mode_gate(); r != 0)
+            return r;
+        if (unit == nullptr)
+            return kErrInit;
+        load_iv(unit, iv);
+        if (key != nullptr) {
+            if (unit->key_schedule == nullptr || unit->key_schedule_size < sizeof(Schedule))
+                return kErrInit;
+            seed_set_key(key, *static_cast<Schedule *>(unit->key_schedule));
+        }
+        unit->direction = direction;
+        return 0;
+    }
+};
+static_assert(sizeof(Seed::Schedule) == 128);
+
+}  // namespace
+
+const Modes kSeedModes = modes_of<Seed>();
+
+}  // namespace cipher
+}  // namespace kry

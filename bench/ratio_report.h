@@ -1,0 +1,63 @@
+// What the benchmarks share around Google Benchmark: start-up with a short
+// default minimum time, a reporter that keeps every run's throughput next to
+// the usual display, and the final table comparing kry with its peer.
+#ifndef KRY_BENCH_RATIO_REPORT_H
+#define KRY_BENCH_RATIO_REPORT_H
+
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ratio_report {
+
+// Initialises Google Benchmark with default_min_time (e.g.
+// "--benchmark_min_time=0.3") placed before the command-line flags, so that
+// a minimum time given by the user wins.  Returns where the table belongs:
+// standard output after console output, standard error after JSON or CSV
+// (so as not to spoil the data); null when a flag was not recognised (the
+// caller then exits with status 2).
+std::FILE *initialize(int argc, char **argv, const char *default_min_time);
+
+// Forwards everything to the display reporter chosen by the command-line
+// flags and keeps the bytes-per-second figure of every successful run.
+class CollectingReporter : public benchmark::BenchmarkReporter {
+public:
+    explicit CollectingReporter(benchmark::BenchmarkReporter *display) : display_(display) {}
+
+    bool ReportContext(const Context &context) override;
+    void ReportRuns(const std::vector<Run> &runs) override;
+    void Finalize() override;
+
+    // Median bytes per second of the runs of one benchmark, if it ran.
+    std::optional<double> rate(const std::string &name) const;
+
+    bool empty() const { return rates_.empty(); }
+
+private:
+    benchmark::BenchmarkReporter *display_;  // owned by the benchmark library
+    std::map<std::string, std::vector<double>> rates_;
+};
+
+// One line of the table: kry's benchmark and, when there is one, the peer's
+// on the same work.
+struct Row {
+    std::string label;           // first column ("SHA-256", "AES-128-CBC", ...)
+    std::size_t size = 0;        // message bytes
+    std::string kry_benchmark;   // name of kry's benchmark
+    std::string peer_benchmark;  // name of the peer's benchmark; empty: kry alone
+    std::string peer_library;    // "OpenSSL", "RHash"; empty: kry alone
+    std::string note;            // appended to the ratio, e.g. " (output differs!)"
+};
+
+// Prints kry's and the peer's throughput in MB/s (10^6 bytes per second) and
+// their ratio kry/peer for every row of which at least one side ran.
+void print_table(std::FILE *out, const CollectingReporter &reporter, const std::vector<Row> &rows);
+
+}  // namespace ratio_report
+
+#endif  // KRY_BENCH_RATIO_REPORT_H
