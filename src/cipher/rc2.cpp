@@ -6,6 +6,7 @@
 #include "foundation/common.h"
 
 #include <array>
+#include <cstring>
 
 namespace kry {
 namespace {
