@@ -11,14 +11,15 @@
 #include "cipher/aes.h"
 
 #include "cipher/modes.h"
+#include "cipher/gf256.h"
 #include "foundation/common.h"
+#include "foundation/cpu.h"
 
 #include <array>
 #include <atomic>
 #include <cstring>
 
 #if defined(__x86_64__) || defined(__i386__)
-#include <cpuid.h>
 #include <immintrin.h>
 #define KRY_AES_NI 1
 #endif
@@ -28,24 +29,9 @@ namespace {
 
 // ---- GF(2^8) and the tables ----------------------------------------------
 
-constexpr uint8_t xtime(uint8_t a) { return static_cast<uint8_t>((a << 1) ^ ((a & 0x80) ? 0x1B : 0)); }
-
-constexpr uint8_t gf_mul(uint8_t a, uint8_t b) {
-    uint8_t r = 0;
-    for (; b != 0; b >>= 1, a = xtime(a))
-        if (b & 1)
-            r ^= a;
-    return r;
-}
-
-// a^254 = a^-1 (0 maps to 0).
-constexpr uint8_t gf_inverse(uint8_t a) {
-    uint8_t r = 1, p = a;
-    for (int e = 254; e != 0; e >>= 1, p = gf_mul(p, p))
-        if (e & 1)
-            r = gf_mul(r, p);
-    return r;
-}
+constexpr auto xtime = gf256::xtime<gf256::kAesPoly>;
+constexpr auto gf_mul = gf256::mul<gf256::kAesPoly>;
+constexpr auto gf_inverse = gf256::inverse<gf256::kAesPoly>;
 
 constexpr uint8_t rotl8(uint8_t x, int n) { return static_cast<uint8_t>((x << n) | (x >> (8 - n))); }
 
@@ -192,13 +178,8 @@ void decrypt_tables(const uint8_t in[16], uint8_t out[16], const AES_SCHEDULE &k
 
 #if KRY_AES_NI
 bool cpu_has_aes() {
-    static const bool has = [] {
-        unsigned a, b, c, d;
-        if (!__get_cpuid(1, &a, &b, &c, &d))
-            return false;
-        return (c & (1u << 25)) && (c & (1u << 9));  // AES-NI and SSSE3
-    }();
-    return has;
+    const auto &f = cpu::features();
+    return f.aesni && f.ssse3;
 }
 
 #define KRY_TARGET_AES __attribute__((target("aes,ssse3")))
@@ -420,8 +401,7 @@ struct Aes {
         unit->direction = direction;
         if (key == nullptr)
             return kErrNullKey;
-        auto *ks = unit->key_schedule_size >= sizeof(Schedule) ? static_cast<Schedule *>(unit->key_schedule)
-                                                               : nullptr;
+        Schedule *ks = mutable_schedule_of<Aes>(unit);
         if (ks == nullptr)
             return kErrExpansion;
         const uint32_t r = decryption_schedule(unit, direction) ? aes_set_decrypt_key(key, unit->key_length, *ks)

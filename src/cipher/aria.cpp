@@ -23,14 +23,15 @@
 #include "cipher/aria.h"
 
 #include "cipher/modes.h"
+#include "cipher/gf256.h"
 #include "foundation/common.h"
+#include "foundation/cpu.h"
 
 #include <array>
 #include <atomic>
 #include <cstring>
 
 #if defined(__x86_64__) || defined(__i386__)
-#include <cpuid.h>
 #include <immintrin.h>
 #define KRY_ARIA_GFNI 1
 #endif
@@ -40,23 +41,7 @@ namespace {
 
 // ---- GF(2^8) (modulo x^8 + x^4 + x^3 + x + 1) and the S-boxes -----------------
 
-constexpr uint8_t xtime(uint8_t a) { return static_cast<uint8_t>((a << 1) ^ ((a & 0x80) ? 0x1B : 0)); }
-
-constexpr uint8_t gf_mul(uint8_t a, uint8_t b) {
-    uint8_t r = 0;
-    for (; b != 0; b >>= 1, a = xtime(a))
-        if (b & 1)
-            r ^= a;
-    return r;
-}
-
-constexpr uint8_t gf_pow(uint8_t a, int e) {
-    uint8_t r = 1;
-    for (; e != 0; e >>= 1, a = gf_mul(a, a))
-        if (e & 1)
-            r = gf_mul(r, a);
-    return r;
-}
+constexpr auto gf_pow = gf256::pow<gf256::kAesPoly>;
 
 // y = M x ^ c over GF(2)^8, the matrix written row by row as in the
 // standard: row i gives output bit i, its j-th digit multiplies input bit j
@@ -439,16 +424,8 @@ alignas(16) constexpr std::array<Lane, 2> kCarried = {Lane{diffuse_register(regi
 #define KRY_TARGET_GFNI __attribute__((target("gfni,sse4.1,ssse3")))
 
 bool cpu_has_gfni() {
-    static const bool has = [] {
-        unsigned a, b, c, d;
-        if (!__get_cpuid(1, &a, &b, &c, &d))
-            return false;
-        const bool ssse3 = c & (1u << 9), sse41 = c & (1u << 19);
-        if (!__get_cpuid_count(7, 0, &a, &b, &c, &d))
-            return false;
-        return ssse3 && sse41 && (c & (1u << 8));
-    }();
-    return has;
+    const auto &f = cpu::features();
+    return f.gfni && f.ssse3 && f.sse41;
 }
 
 KRY_TARGET_GFNI inline __m128i vload(const void *p) { return _mm_load_si128(static_cast<const __m128i *>(p)); }
@@ -691,22 +668,13 @@ struct Aria {
     // A null key is accepted and leaves the schedule as it is.
     static uint32_t key_schedule(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv,
                                  uint32_t direction) {
-        if (uint32_t r = test_mode_gate(); r != 0)
-            return r;
-        if (unit == nullptr)
-            return kErrKeySchedule;
-        load_iv(unit, iv);
-        if (key != nullptr) {
-            if (unit->key_schedule == nullptr || unit->key_schedule_size < sizeof(Schedule))
-                return kErrKeySchedule;
-            auto &ks = *static_cast<Schedule *>(unit->key_schedule);
-            const uint32_t r = decryption_schedule(unit, direction) ? aria_set_decrypt_key(key, unit->key_length, ks)
-                                                                    : aria_set_encrypt_key(key, unit->key_length, ks);
-            if (r != 0)
-                return kErrKeySchedule;
-        }
-        unit->direction = direction;
-        return 0;
+        const uint32_t key_length = unit == nullptr ? 0 : unit->key_length;
+        return expand_key<Aria>(unit, key, iv, direction, kErrKeySchedule,
+                                [key_length](Schedule &ks, const uint8_t *k, bool decrypt) {
+                                    const uint32_t r = decrypt ? aria_set_decrypt_key(k, key_length, ks)
+                                                               : aria_set_encrypt_key(k, key_length, ks);
+                                    return r != 0 ? kErrKeySchedule : 0u;
+                                });
     }
 };
 

@@ -304,7 +304,7 @@ struct Blowfish {
         load_iv(unit, iv);
         if (key == nullptr)
             return kErrNoKey;
-        if (uint32_t r = blowfish_set_key(const_cast<Schedule *>(schedule_of<Blowfish>(unit)), key, kKeyBytes);
+        if (uint32_t r = blowfish_set_key(mutable_schedule_of<Blowfish>(unit), key, kKeyBytes);
             r != 0)
             return r;
         unit->direction = direction;

@@ -23,19 +23,13 @@ struct DesEde {
     // The expansion's own result is not passed on.
     static uint32_t key_schedule(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv,
                                  uint32_t direction) {
-        if (uint32_t r = test_mode_gate(); r != 0)
-            return r;
-        if (unit == nullptr)
-            return kErrInit;
-        load_iv(unit, iv);
-        if (key != nullptr) {
-            if (unit->key_schedule == nullptr || unit->key_schedule_size < sizeof(Schedule))
-                return kErrInit;
-            (void)des_ede_set_key(key, unit->key_length, *static_cast<Schedule *>(unit->key_schedule),
-                                  decryption_schedule(unit, direction) ? 0 : 1);
-        }
-        unit->direction = direction;
-        return 0;
+        const uint32_t key_length = unit == nullptr ? 0 : unit->key_length;
+        // The schedule's own result (a bad key length) is not passed on.
+        return expand_key<DesEde>(unit, key, iv, direction, kErrInit,
+                                  [key_length](Schedule &ks, const uint8_t *k, bool decrypt) {
+                                      (void)des_ede_set_key(k, key_length, ks, decrypt ? 0 : 1);
+                                      return 0u;
+                                  });
     }
 };
 static_assert(sizeof(DesEde::Schedule) == 384);

@@ -20,19 +20,10 @@ struct Des {
     // encrypt in both directions.
     static uint32_t key_schedule(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv,
                                  uint32_t direction) {
-        if (uint32_t r = test_mode_gate(); r != 0)
-            return r;
-        if (unit == nullptr)
-            return kErrInit;
-        load_iv(unit, iv);
-        if (key != nullptr) {
-            if (unit->key_schedule == nullptr || unit->key_schedule_size < sizeof(Schedule))
-                return kErrInit;
-            des_set_key(*static_cast<Schedule *>(unit->key_schedule), key,
-                        decryption_schedule(unit, direction) ? DesOrder::decrypt : DesOrder::encrypt);
-        }
-        unit->direction = direction;
-        return 0;
+        return expand_key<Des>(unit, key, iv, direction, kErrInit, [](Schedule &ks, const uint8_t *k, bool decrypt) {
+            des_set_key(ks, k, decrypt ? DesOrder::decrypt : DesOrder::encrypt);
+            return 0u;
+        });
     }
 };
 static_assert(sizeof(Des::Schedule) == 128);

@@ -67,6 +67,58 @@ const typename C::Schedule *schedule_of(const BLOCK_CIPHER_UNIT *unit) {
     return static_cast<const typename C::Schedule *>(unit->key_schedule);
 }
 
+template <class C>
+typename C::Schedule *mutable_schedule_of(BLOCK_CIPHER_UNIT *unit) {
+    return const_cast<typename C::Schedule *>(schedule_of<C>(unit));
+}
+
+// The key-schedule function most ciphers share: the test-mode gate, the IV,
+// the expansion when a key is given, then the direction.  expand(schedule,
+// key, decrypt) answers 0 or the word to return; err_unit answers a unit
+// without a usable schedule (only a damaged record has none).
+template <class C, class Expand>
+uint32_t expand_key(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv, uint32_t direction,
+                    uint32_t err_unit, Expand &&expand) {
+    if (uint32_t r = test_mode_gate(); r != 0)
+        return r;
+    if (unit == nullptr)
+        return err_unit;
+    load_iv(unit, iv);
+    if (key != nullptr) {
+        typename C::Schedule *ks = mutable_schedule_of<C>(unit);
+        if (ks == nullptr)
+            return err_unit;
+        if (uint32_t r = expand(*ks, key, decryption_schedule(unit, direction)); r != 0)
+            return r;
+    }
+    unit->direction = direction;
+    return 0;
+}
+
+// The variant of RC5 and RC2: without a key nothing is expanded and the
+// direction is not recorded; the answer is then 1, or 0 when this very call
+// ran the module start-up hook through the gate.
+template <class C, class Expand>
+uint32_t expand_key_or_one(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv, uint32_t direction,
+                           uint32_t err_key, Expand &&expand) {
+    uint32_t result = 1;
+    if (flag_load(test_mode) == 1 && flag_load(initialize_flag) != 0) {
+        result = LUMCryptoInitialize();
+        if (result != 0)
+            return result;
+    }
+    if (unit == nullptr)
+        return err_key;
+    load_iv(unit, iv);
+    if (key == nullptr)
+        return result;
+    typename C::Schedule *ks = mutable_schedule_of<C>(unit);
+    if (ks == nullptr || expand(*ks, key) != 0)
+        return err_key;
+    unit->direction = direction;
+    return 0;
+}
+
 // Adds 1 to an 8-byte big-endian counter (the 64-bit-block ciphers' CTR).
 inline void increment_counter64(uint8_t *block) { store64_be(block, load64_be(block) + 1); }
 

@@ -171,26 +171,13 @@ struct Rc2 {
     // No CTR function: the last entry is never used.
     static constexpr ModeErrors kErrors{0x29000001, 0x29000000, 0x29000007, 0x29000006, 0};
 
-    // Without a key nothing is expanded and the direction is not recorded:
-    // the result is then 1, or 0 when this call ran the module start-up
-    // through the test-mode gate.
+    // A missing key answers 1 without recording the direction.
     static uint32_t key_schedule(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv,
                                  uint32_t direction) {
-        uint32_t result = 1;
-        if (flag_load(test_mode) == 1 && flag_load(initialize_flag) != 0) {
-            result = LUMCryptoInitialize();
-            if (result != 0)
-                return result;
-        }
-        if (unit == nullptr)
-            return kErrKey;
-        load_iv(unit, iv);
-        if (key == nullptr)
-            return result;
-        if (rc2_set_key(const_cast<Schedule *>(schedule_of<Rc2>(unit)), key, kKeyBytes, unit->effective_bits) != 0)
-            return kErrKey;
-        unit->direction = direction;
-        return 0;
+        const uint32_t bits = unit == nullptr ? 0 : unit->effective_bits;
+        return expand_key_or_one<Rc2>(unit, key, iv, direction, kErrKey, [bits](Schedule &ks, const uint8_t *k) {
+            return rc2_set_key(&ks, k, kKeyBytes, bits);
+        });
     }
 };
 static_assert(sizeof(Rc2::Schedule) == 256);

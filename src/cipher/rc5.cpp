@@ -90,26 +90,11 @@ struct Rc5 {
     static void decrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { rc5_decrypt_block(ks, in, out); }
     static constexpr ModeErrors kErrors{0x08020003, 0x08030003, 0x08040003, 0x08050003, 0x08060003};
 
-    // Without a key nothing is expanded and the direction is not recorded:
-    // the result is then 1, or 0 when this call ran the module start-up
-    // through the test-mode gate.
+    // A missing key answers 1 without recording the direction.
     static uint32_t key_schedule(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv,
                                  uint32_t direction) {
-        uint32_t result = 1;
-        if (flag_load(test_mode) == 1 && flag_load(initialize_flag) != 0) {
-            result = LUMCryptoInitialize();
-            if (result != 0)
-                return result;
-        }
-        if (unit == nullptr)
-            return kErrKey;
-        load_iv(unit, iv);
-        if (key == nullptr)
-            return result;
-        if (rc5_set_key(const_cast<Schedule *>(schedule_of<Rc5>(unit)), key, kKeyBytes) != 0)
-            return kErrKey;
-        unit->direction = direction;
-        return 0;
+        return expand_key_or_one<Rc5>(unit, key, iv, direction, kErrKey,
+                                      [](Schedule &ks, const uint8_t *k) { return rc5_set_key(&ks, k, kKeyBytes); });
     }
 };
 static_assert(sizeof(Rc5::Schedule) == 140);

@@ -12,6 +12,7 @@
 #include "cipher/seed.h"
 
 #include "cipher/modes.h"
+#include "cipher/gf256.h"
 #include "foundation/common.h"
 
 #include <array>
@@ -21,27 +22,7 @@ namespace {
 
 // ---- S-boxes -----------------------------------------------------------------
 
-constexpr uint8_t gf_mul(uint8_t a, uint8_t b) {
-    unsigned x = a, r = 0;
-    for (; b != 0; b >>= 1) {
-        if (b & 1)
-            r ^= x;
-        x <<= 1;
-        if (x & 0x100)
-            x ^= 0x163;  // x^8 + x^6 + x^5 + x + 1
-    }
-    return static_cast<uint8_t>(r);
-}
-
-constexpr uint8_t gf_pow(uint8_t x, unsigned e) {
-    uint8_t r = 1;
-    for (; e != 0; e >>= 1) {
-        if (e & 1)
-            r = gf_mul(r, x);
-        x = gf_mul(x, x);
-    }
-    return r;
-}
+constexpr auto gf_pow = gf256::pow<gf256::kSeedPoly>;
 
 // A linear map of GF(2)^8 given by its columns: column i is the image of
 // bit i.
@@ -200,18 +181,10 @@ struct Seed {
     // One expansion serves both directions.
     static uint32_t key_schedule(BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv,
                                  uint32_t direction) {
-        if (uint32_t r = test_mode_gate(); r != 0)
-            return r;
-        if (unit == nullptr)
-            return kErrInit;
-        load_iv(unit, iv);
-        if (key != nullptr) {
-            if (unit->key_schedule == nullptr || unit->key_schedule_size < sizeof(Schedule))
-                return kErrInit;
-            seed_set_key(key, *static_cast<Schedule *>(unit->key_schedule));
-        }
-        unit->direction = direction;
-        return 0;
+        return expand_key<Seed>(unit, key, iv, direction, kErrInit, [](Schedule &ks, const uint8_t *k, bool) {
+            seed_set_key(k, ks);
+            return 0u;
+        });
     }
 };
 static_assert(sizeof(Seed::Schedule) == 128);

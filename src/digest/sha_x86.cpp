@@ -9,9 +9,9 @@
 #include "digest/sha_x86.h"
 
 #include "digest/sha2.h"
+#include "foundation/cpu.h"
 
 #include <atomic>
-#include <cpuid.h>
 #include <immintrin.h>
 
 namespace kry::x86 {
@@ -23,16 +23,8 @@ std::atomic<bool> enabled{true};
 void use_sha_extensions(bool on) { enabled.store(on, std::memory_order_relaxed); }
 
 bool has_sha_extensions() {
-    static const bool has = [] {
-        unsigned a, b, c, d;
-        if (!__get_cpuid(1, &a, &b, &c, &d))
-            return false;
-        const bool ssse3 = c & (1u << 9), sse41 = c & (1u << 19);
-        if (!__get_cpuid_count(7, 0, &a, &b, &c, &d))
-            return false;
-        return ssse3 && sse41 && (b & (1u << 29));
-    }();
-    return has && enabled.load(std::memory_order_relaxed);
+    const auto &f = cpu::features();
+    return f.sha && f.ssse3 && f.sse41 && enabled.load(std::memory_order_relaxed);
 }
 
 #define KRY_TARGET_SHA __attribute__((target("sha,ssse3,sse4.1")))
