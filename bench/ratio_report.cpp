@@ -33,10 +33,13 @@ bool CollectingReporter::ReportContext(const Context &context) {
 
 void CollectingReporter::ReportRuns(const std::vector<Run> &runs) {
     for (const Run &run : runs) {
-        if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
+        if (run.error_occurred) continue;
         const auto it = run.counters.find("bytes_per_second");
         if (it == run.counters.end()) continue;
-        rates_[run.run_name.function_name].push_back(it->second.value);
+        if (run.run_type == Run::RT_Iteration)
+            rates_[run.run_name.function_name].push_back(it->second.value);
+        else if (run.aggregate_name == "median")
+            medians_[run.run_name.function_name] = it->second.value;
     }
     display_->ReportRuns(runs);
 }
@@ -45,7 +48,12 @@ void CollectingReporter::Finalize() { display_->Finalize(); }
 
 std::optional<double> CollectingReporter::rate(const std::string &name) const {
     const auto it = rates_.find(name);
-    if (it == rates_.end() || it->second.empty()) return std::nullopt;
+    if (it == rates_.end() || it->second.empty()) {
+        // With --benchmark_report_aggregates_only only the aggregates come.
+        const auto median = medians_.find(name);
+        if (median == medians_.end()) return std::nullopt;
+        return median->second;
+    }
     std::vector<double> values = it->second;
     std::sort(values.begin(), values.end());
     const std::size_t n = values.size();

@@ -24,7 +24,9 @@ namespace ratio_report {
 std::FILE *initialize(int argc, char **argv, const char *default_min_time);
 
 // Forwards everything to the display reporter chosen by the command-line
-// flags and keeps the bytes-per-second figure of every successful run.
+// flags and keeps the bytes-per-second figure of every successful run (and
+// the median aggregates, which are all that comes with
+// --benchmark_report_aggregates_only).
 class CollectingReporter : public benchmark::BenchmarkReporter {
 public:
     explicit CollectingReporter(benchmark::BenchmarkReporter *display) : display_(display) {}
@@ -36,11 +38,12 @@ public:
     // Median bytes per second of the runs of one benchmark, if it ran.
     std::optional<double> rate(const std::string &name) const;
 
-    bool empty() const { return rates_.empty(); }
+    bool empty() const { return rates_.empty() && medians_.empty(); }
 
 private:
     benchmark::BenchmarkReporter *display_;  // owned by the benchmark library
     std::map<std::string, std::vector<double>> rates_;
+    std::map<std::string, double> medians_;
 };
 
 // One line of the table: kry's benchmark and, when there is one, the peer's
