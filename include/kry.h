@@ -13,5 +13,7 @@
 #include <kry/rc4.h>
 #include <kry/hmac.h>
 #include <kry/cbcmac.h>
+#include <kry/bigint.h>
+#include <kry/prng.h>
 
 #endif /* KRY_H */
