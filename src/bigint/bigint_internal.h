@@ -11,6 +11,31 @@
 
 namespace kry {
 
+// One frame of a BIGINT pool for the life of the object.  A pool that
+// refuses the frame (nested too deeply) is left alone: ok() is false, get()
+// answers null and nothing is closed.  A null pool gives no frame.
+class PoolFrame {
+  public:
+    explicit PoolFrame(BIGINT_POOL *pool) : pool_(pool) {
+        if (pool_ != nullptr && start_BIGINT_POOL(pool_) != 0) {
+            pool_ = nullptr;
+            failed_ = true;
+        }
+    }
+    ~PoolFrame() {
+        if (pool_ != nullptr)
+            finish_BIGINT_POOL(pool_);
+    }
+    PoolFrame(const PoolFrame &) = delete;
+    PoolFrame &operator=(const PoolFrame &) = delete;
+    bool ok() const { return !failed_; }
+    BIGINT *get() { return pool_ != nullptr ? get_BIGINT_POOL(pool_) : nullptr; }
+
+  private:
+    BIGINT_POOL *pool_;
+    bool failed_ = false;
+};
+
 // ---- bigint.cpp ------------------------------------------------------------
 
 // Grows b to at least words words (copying the used words); null when
@@ -44,7 +69,31 @@ uint32_t div_2by1(uint32_t hi, uint32_t lo, uint32_t d);
 // r = a + b / a - b over n words; returns the carry / borrow.
 uint32_t add(uint32_t *r, const uint32_t *a, const uint32_t *b, int32_t n);
 uint32_t sub(uint32_t *r, const uint32_t *a, const uint32_t *b, int32_t n);
+// r[0..n) -= a[0..n) * w; returns the borrow word.
+uint32_t mul_sub(uint32_t *r, const uint32_t *a, int32_t n, uint32_t w);
+// Comba (column-wise) products: r[0..16) = a[0..8) * b[0..8),
+// r[0..8) = a[0..4)^2, r[0..16) = a[0..8)^2.
+void comba_mul8(uint32_t *r, const uint32_t *a, const uint32_t *b);
+void comba_sqr4(uint32_t *r, const uint32_t *a);
+void comba_sqr8(uint32_t *r, const uint32_t *a);
+// Schoolbook product r[0..na+nb) = a * b (r must not overlap a or b).
+void mul_schoolbook(uint32_t *r, const uint32_t *a, int32_t na, const uint32_t *b, int32_t nb);
+// Schoolbook square r[0..2n) = a^2 with a scratch t of 2n words.
+void sqr_schoolbook(uint32_t *r, const uint32_t *a, int32_t n, uint32_t *t);
+// Karatsuba product of na >= 16 and nb words, na - 1 <= nb <= na, into
+// r[0..na+nb) with a scratch t of karatsuba_scratch(na) words.
+void mul_karatsuba(uint32_t *r, const uint32_t *a, int32_t na, const uint32_t *b, int32_t nb, uint32_t *t);
+int32_t karatsuba_scratch(int32_t n);
+// Karatsuba square of n words, n a power of two >= 16, into r[0..2n) with a
+// scratch t of 4n words.
+void sqr_karatsuba(uint32_t *r, const uint32_t *a, int32_t n, uint32_t *t);
 }  // namespace words
+
+// The method mtp_BIGINT takes for operands of na and nb words, and the
+// scratch it takes for Karatsuba (0 for the other methods).
+enum class MulMethod { comba8, schoolbook, karatsuba, karatsuba_unequal };
+MulMethod mtp_method(int32_t na, int32_t nb);
+int32_t mtp_scratch_words(int32_t na, int32_t nb);
 
 // ---- bigint_mont.cpp -------------------------------------------------------
 
@@ -53,6 +102,8 @@ void free_BIGINT_MONT(BIGINT_MONT *ctx);
 int set_BIGINT_MONT(BIGINT_MONT *ctx, const BIGINT *m, BIGINT_POOL *pool);
 int mod_mtp_mont_BIGINT(BIGINT *r, const BIGINT *a, const BIGINT *b, BIGINT_MONT *ctx, BIGINT_POOL *pool);
 int reduce_mont_BIGINT(BIGINT *r, const BIGINT *t, BIGINT_MONT *ctx, BIGINT_POOL *pool);
+// Sliding-window width of the exponentiations for an exponent of bits bits.
+int mod_exp_window_bits(int32_t bits);
 
 }  // namespace kry
 

@@ -93,4 +93,20 @@ Bytes openssl_hmac(const std::string &digest, const Bytes &key, const Bytes &dat
     return out;
 }
 
+void openssl_sha1_transform(uint32_t h[5], const uint8_t block[64]) {
+    SHA_CTX ctx;
+    SHA1_Init(&ctx);
+    ctx.h0 = h[0];
+    ctx.h1 = h[1];
+    ctx.h2 = h[2];
+    ctx.h3 = h[3];
+    ctx.h4 = h[4];
+    SHA1_Transform(&ctx, block);
+    h[0] = ctx.h0;
+    h[1] = ctx.h1;
+    h[2] = ctx.h2;
+    h[3] = ctx.h3;
+    h[4] = ctx.h4;
+}
+
 }  // namespace oracle

@@ -39,6 +39,10 @@ Bytes openssl_hmac(const std::string &digest, const Bytes &key, const Bytes &dat
 // RHash HAS-160 digest (20 bytes).
 Bytes rhash_has160(const uint8_t *data, size_t len);
 
+// SHA-1 compression function alone: replaces h (H0..H4) by the compression
+// of one 64-byte block on top of it.
+void openssl_sha1_transform(uint32_t h[5], const uint8_t block[64]);
+
 }  // namespace oracle
 
 #endif
