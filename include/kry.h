@@ -15,5 +15,8 @@
 #include <kry/cbcmac.h>
 #include <kry/bigint.h>
 #include <kry/prng.h>
+#include <kry/dsa.h>
+#include <kry/rsa.h>
+#include <kry/kcdsa.h>
 
 #endif /* KRY_H */
