@@ -305,7 +305,28 @@ TEST_F(Rsa, PssSignaturesVerifyWithOpenSSL) {
             ASSERT_EQ(load_key(pub.rsa, k, false), 0u);
             EXPECT_EQ(kry_verify(pub.rsa, id, 2, m, sig), 0u) << idx << " " << name;
             EXPECT_NE(kry_verify(pub.rsa, id, 2, bytes_of("other"), sig), 0u) << idx << " " << name;
+            // And the other way: OpenSSL's PSS signature verifies in kry.
+            const Bytes theirs = oracle::rsa::sign_pss(k, name, m);
+            ASSERT_FALSE(theirs.empty());
+            EXPECT_EQ(kry_verify(pub.rsa, id, 2, m, theirs), 0u) << idx << " " << name;
         }
+    }
+}
+
+TEST_F(Rsa, Pkcs1SignaturesWith3072BitOpenSSLKey) {
+    const Key &k = test_key(3072);
+    Unit u;
+    ASSERT_EQ(load_key(u.rsa, k), 0u);
+    Unit pub;
+    ASSERT_EQ(load_key(pub.rsa, k, false), 0u);
+    for (const auto &[id, name] : std::vector<std::pair<uint32_t, std::string>>{{KRY_SHA256, "SHA256"},
+                                                                               {KRY_SHA512, "SHA512"}}) {
+        const Bytes m = bytes_of("3072-bit message");
+        Bytes sig = kry_sign(u.rsa, id, 1, m);
+        ASSERT_EQ(sig.size(), 384u);
+        EXPECT_TRUE(oracle::rsa::verify_pkcs1(k, name, m, sig)) << name;
+        EXPECT_EQ(kry_verify(pub.rsa, id, 1, m, oracle::rsa::sign_pkcs1(k, name, m)), 0u) << name;
+        EXPECT_EQ(kry_verify(pub.rsa, id, 2, m, oracle::rsa::sign_pss(k, name, m)), 0u) << name;
     }
 }
 

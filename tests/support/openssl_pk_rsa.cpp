@@ -156,15 +156,20 @@ Bytes raw_private(const Key &key, const Bytes &in) {
     return cipher(key, true, Op::decrypt, RSA_NO_PADDING, "", left_pad(key, in));
 }
 
-Bytes sign_pkcs1(const Key &key, const std::string &digest, const Bytes &message) {
+namespace {
+Bytes sign_with(const Key &key, const std::string &digest, const Bytes &message, bool pss) {
     Pkey pkey = make_key(key, true);
     const EVP_MD *md = EVP_get_digestbyname(digest.c_str());
     if (!pkey || md == nullptr)
         return {};
     EVP_MD_CTX *mctx = EVP_MD_CTX_new();
+    EVP_PKEY_CTX *pctx = nullptr;
     Bytes sig;
     size_t len = 0;
-    if (mctx != nullptr && EVP_DigestSignInit(mctx, nullptr, md, nullptr, pkey.get()) == 1 &&
+    if (mctx != nullptr && EVP_DigestSignInit(mctx, &pctx, md, nullptr, pkey.get()) == 1 &&
+        (!pss || (EVP_PKEY_CTX_set_rsa_padding(pctx, RSA_PKCS1_PSS_PADDING) == 1 &&
+                  EVP_PKEY_CTX_set_rsa_pss_saltlen(pctx, RSA_PSS_SALTLEN_DIGEST) == 1 &&
+                  EVP_PKEY_CTX_set_rsa_mgf1_md(pctx, md) == 1)) &&
         EVP_DigestSign(mctx, nullptr, &len, message.data(), message.size()) == 1) {
         sig.resize(len);
         if (EVP_DigestSign(mctx, sig.data(), &len, message.data(), message.size()) == 1)
@@ -174,6 +179,15 @@ Bytes sign_pkcs1(const Key &key, const std::string &digest, const Bytes &message
     }
     EVP_MD_CTX_free(mctx);
     return sig;
+}
+}  // namespace
+
+Bytes sign_pkcs1(const Key &key, const std::string &digest, const Bytes &message) {
+    return sign_with(key, digest, message, false);
+}
+
+Bytes sign_pss(const Key &key, const std::string &digest, const Bytes &message) {
+    return sign_with(key, digest, message, true);
 }
 
 namespace {

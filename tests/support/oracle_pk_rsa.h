@@ -28,6 +28,7 @@ Bytes sign_pkcs1(const Key &key, const std::string &digest, const Bytes &message
 bool verify_pkcs1(const Key &key, const std::string &digest, const Bytes &message, const Bytes &signature);
 
 // RSASSA-PSS with salt length equal to the digest length and MGF1 over the same digest.
+Bytes sign_pss(const Key &key, const std::string &digest, const Bytes &message);
 bool verify_pss(const Key &key, const std::string &digest, const Bytes &message, const Bytes &signature);
 
 // RSAES-OAEP (RFC 8017 form, empty label, MGF1 with the same digest).
