@@ -11,6 +11,37 @@
 
 namespace kry {
 
+// length and size describe an array that may be read.
+inline bool readable(const BIGINT *b) {
+    return b != nullptr && b->length >= 0 && b->length <= b->size && (b->data != nullptr || b->size == 0);
+}
+
+// Words up to the highest nonzero one (the record need not be normalised).
+inline int32_t used_words(const BIGINT *b) {
+    int32_t n = b->data != nullptr ? b->length : 0;
+    while (n > 0 && b->data[n - 1] == 0)
+        n--;
+    return n;
+}
+
+// The caller's pool, or one made for this scope and freed at its end.
+class ScratchPool {
+  public:
+    explicit ScratchPool(BIGINT_POOL *given)
+        : pool_(given != nullptr ? given : new_BIGINT_POOL()), owned_(given == nullptr) {}
+    ~ScratchPool() {
+        if (owned_)
+            free_BIGINT_POOL(pool_);
+    }
+    ScratchPool(const ScratchPool &) = delete;
+    ScratchPool &operator=(const ScratchPool &) = delete;
+    BIGINT_POOL *get() const { return pool_; }
+
+  private:
+    BIGINT_POOL *pool_;
+    bool owned_;
+};
+
 // One frame of a BIGINT pool for the life of the object.  A pool that
 // refuses the frame (nested too deeply) is left alone: ok() is false, get()
 // answers null and nothing is closed.  A null pool gives no frame.

@@ -27,22 +27,14 @@
 
 namespace {
 
+using kry::readable;
+using kry::ScratchPool;
+using kry::used_words;
+
 constexpr char kFile[] = ".\\src\\bigint_mont";
 
 using u64 = uint64_t;
 using u128 = unsigned __int128;
-
-bool readable(const BIGINT *b) {
-    return b != nullptr && b->length >= 0 && b->length <= b->size &&
-           (b->data != nullptr || b->size == 0);
-}
-
-int32_t used_words(const BIGINT *b) {
-    int32_t n = b->length;
-    while (n > 0 && b->data[n - 1] == 0)
-        n--;
-    return n;
-}
 
 // Compares the values (not the lengths) of two records: 1, 0 or -1.
 int cmp_values(const BIGINT *a, const BIGINT *b) {
@@ -52,24 +44,6 @@ int cmp_values(const BIGINT *a, const BIGINT *b) {
         return na > nb ? 1 : -1;
     return kry::cmp_BIGINT_words(a->data, b->data, na);
 }
-
-// The caller's pool, or one made for this call and freed at the end.
-class ScratchPool {
-  public:
-    explicit ScratchPool(BIGINT_POOL *given)
-        : pool_(given != nullptr ? given : new_BIGINT_POOL()), owned_(given == nullptr) {}
-    ~ScratchPool() {
-        if (owned_)
-            free_BIGINT_POOL(pool_);
-    }
-    ScratchPool(const ScratchPool &) = delete;
-    ScratchPool &operator=(const ScratchPool &) = delete;
-    BIGINT_POOL *get() const { return pool_; }
-
-  private:
-    BIGINT_POOL *pool_;
-    bool owned_;
-};
 
 // A pool integer grown to words words; null on failure.
 BIGINT *take(BIGINT_POOL *pool, int32_t words) {

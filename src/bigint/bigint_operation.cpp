@@ -376,39 +376,10 @@ void sqr_karatsuba(uint32_t *r, const uint32_t *a, int32_t n, uint32_t *t) {
 
 namespace {
 
+using kry::readable;
+using kry::ScratchPool;
+using kry::used_words;
 using kry::words::u64;
-
-// length and size describe an array that may be read.
-bool readable(const BIGINT *b) {
-    return b != nullptr && b->length >= 0 && b->length <= b->size &&
-           (b->data != nullptr || b->size == 0);
-}
-
-// Number of words up to the top nonzero one.
-int32_t used_words(const BIGINT *b) {
-    int32_t n = b->length;
-    while (n > 0 && b->data[n - 1] == 0)
-        n--;
-    return n;
-}
-
-// The caller's pool, or one made for this call and freed at the end.
-class ScratchPool {
-  public:
-    explicit ScratchPool(BIGINT_POOL *given)
-        : pool_(given != nullptr ? given : new_BIGINT_POOL()), owned_(given == nullptr) {}
-    ~ScratchPool() {
-        if (owned_)
-            free_BIGINT_POOL(pool_);
-    }
-    ScratchPool(const ScratchPool &) = delete;
-    ScratchPool &operator=(const ScratchPool &) = delete;
-    BIGINT_POOL *get() const { return pool_; }
-
-  private:
-    BIGINT_POOL *pool_;
-    bool owned_;
-};
 
 // A scratch integer of at least words words: from the pool when there is
 // one (inside the caller's frame), else a new record released when this

@@ -15,6 +15,10 @@
 namespace kry {
 namespace {
 
+using kry::readable;
+using kry::ScratchPool;
+using kry::used_words;
+
 // ---- the first 2048 primes ---------------------------------------------------
 
 constexpr int kTablePrimes = prime::kSmallPrimeCount;
@@ -49,32 +53,6 @@ static_assert(kMaxDelta == 0xFFFFBA38u);
 constexpr int32_t kMinPrimeBits = 16;
 
 // ---- scratch helpers -----------------------------------------------------------
-
-// The caller's pool, or one made (and freed) here.
-class ScratchPool {
-  public:
-    explicit ScratchPool(BIGINT_POOL *given)
-        : pool_(given != nullptr ? given : new_BIGINT_POOL()), owned_(given == nullptr) {}
-    ~ScratchPool() {
-        if (owned_)
-            free_BIGINT_POOL(pool_);
-    }
-    ScratchPool(const ScratchPool &) = delete;
-    ScratchPool &operator=(const ScratchPool &) = delete;
-    BIGINT_POOL *get() const { return pool_; }
-
-  private:
-    BIGINT_POOL *pool_;
-    bool owned_;
-};
-
-// Words up to the highest nonzero one (the record need not be normalised).
-int32_t significant_words(const BIGINT *v) {
-    int32_t n = v->data != nullptr ? v->length : 0;
-    while (n > 0 && v->data[n - 1] == 0)
-        n--;
-    return n;
-}
 
 bool is_one(const BIGINT *v) { return v->length == 1 && v->data[0] == 1; }
 
@@ -173,7 +151,7 @@ uint32_t delta_limit(const BIGINT *candidate, int32_t bits) {
     if (bits >= 64)
         return kMaxDelta;
     uint64_t c = 0;
-    const int32_t words = significant_words(candidate);
+    const int32_t words = kry::used_words(candidate);
     for (int32_t i = words - 1; i >= 0; i--)
         c = (c << 32) | candidate->data[i];
     const uint64_t room = (uint64_t{1} << bits) - 1 - c;
@@ -190,7 +168,7 @@ extern "C" {
 KRY_API int is_BIGINT_prime(const BIGINT *n, int32_t rounds, BIGINT_POOL *pool, uint32_t digest_id) {
     if (n == nullptr)
         return 0;
-    const int32_t words = significant_words(n);
+    const int32_t words = kry::used_words(n);
     if (words == 0)
         return 0;
     if (words == 1 && n->data[0] == 2)
