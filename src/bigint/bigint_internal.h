@@ -67,6 +67,23 @@ class PoolFrame {
     bool failed_ = false;
 };
 
+// The caller's pool (or one of its own) with one frame open on it, for the
+// life of the object: the usual prelude of an arithmetic entry.  ok() is
+// false when no pool could be made or the frame was refused.
+class ScratchFrame {
+  public:
+    explicit ScratchFrame(BIGINT_POOL *given) : scratch_(given), frame_(scratch_.get()) {}
+    ScratchFrame(const ScratchFrame &) = delete;
+    ScratchFrame &operator=(const ScratchFrame &) = delete;
+    bool ok() const { return scratch_.get() != nullptr && frame_.ok(); }
+    BIGINT_POOL *pool() const { return scratch_.get(); }
+    BIGINT *get() { return frame_.get(); }
+
+  private:
+    ScratchPool scratch_;  // declared first: the frame closes before the pool goes
+    PoolFrame frame_;
+};
+
 // ---- bigint.cpp ------------------------------------------------------------
 
 // Grows b to at least words words (copying the used words); null when

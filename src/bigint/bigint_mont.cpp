@@ -571,13 +571,10 @@ void free_BIGINT_MONT(BIGINT_MONT *ctx) {
 int set_BIGINT_MONT(BIGINT_MONT *ctx, const BIGINT *m, BIGINT_POOL *pool) {
     if (ctx == nullptr || !readable(m))
         return 1;
-    ScratchPool scratch(pool);
-    BIGINT_POOL *p = scratch.get();
-    if (p == nullptr)
+    kry::ScratchFrame scratch(pool);
+    if (!scratch.ok())
         return 1;
-    kry::PoolFrame frame(p);
-    if (!frame.ok())
-        return 1;
+    BIGINT_POOL *p = scratch.pool();
 
     if (copy_BIGINT(&ctx->modulus, m) != 0)
         return 1;
@@ -686,13 +683,10 @@ int mod_mtp_mont_BIGINT(BIGINT *r, const BIGINT *a, const BIGINT *b, BIGINT_MONT
     if (fused >= 0)
         return fused;
 
-    ScratchPool scratch(pool);
-    BIGINT_POOL *p = scratch.get();
-    if (p == nullptr)
+    kry::ScratchFrame scratch(pool);
+    if (!scratch.ok())
         return 1;
-    kry::PoolFrame frame(p);
-    if (!frame.ok())
-        return 1;
+    BIGINT_POOL *p = scratch.pool();
     BIGINT *t = get_BIGINT_POOL(p);
     if (t == nullptr)
         return 1;
@@ -955,13 +949,10 @@ int mod_exp(BIGINT *r, const BIGINT *a, const BIGINT *p, const BIGINT *m, BIGINT
     if (bits == 0)
         return set_BIGINT_word(r, 1);
 
-    ScratchPool scratch(pool);
-    BIGINT_POOL *sp = scratch.get();
-    if (sp == nullptr)
+    kry::ScratchFrame scratch(pool);
+    if (!scratch.ok())
         return 1;
-    kry::PoolFrame frame(sp);
-    if (!frame.ok())
-        return 1;
+    BIGINT_POOL *sp = scratch.pool();
     const int32_t n = used_words(m);
 
     BIGINT *base = take(sp, n);

@@ -377,7 +377,6 @@ void sqr_karatsuba(uint32_t *r, const uint32_t *a, int32_t n, uint32_t *t) {
 namespace {
 
 using kry::readable;
-using kry::ScratchPool;
 using kry::used_words;
 using kry::words::u64;
 
@@ -582,13 +581,10 @@ KRY_API int div_BIGINT(BIGINT *q, BIGINT *rem, const BIGINT *a, const BIGINT *d,
         return 0;
     }
 
-    ScratchPool scratch(pool);
-    BIGINT_POOL *p = scratch.get();
-    if (p == nullptr)
+    kry::ScratchFrame scratch(pool);
+    if (!scratch.ok())
         return 1;
-    kry::PoolFrame frame(p);
-    if (!frame.ok())
-        return 1;
+    BIGINT_POOL *p = scratch.pool();
     const int32_t nq = na - nd + 1;
     BIGINT *quot = take(p, nq);
     if (quot == nullptr)
@@ -682,13 +678,10 @@ KRY_API int div_BIGINT(BIGINT *q, BIGINT *rem, const BIGINT *a, const BIGINT *d,
 KRY_API int mod_mtp_BIGINT(BIGINT *r, const BIGINT *a, const BIGINT *b, const BIGINT *m, BIGINT_POOL *pool) {
     if (r == nullptr || !readable(a) || !readable(b) || !readable(m))
         return 1;
-    ScratchPool scratch(pool);
-    BIGINT_POOL *p = scratch.get();
-    if (p == nullptr)
+    kry::ScratchFrame scratch(pool);
+    if (!scratch.ok())
         return 1;
-    kry::PoolFrame frame(p);
-    if (!frame.ok())
-        return 1;
+    BIGINT_POOL *p = scratch.pool();
     BIGINT *t = get_BIGINT_POOL(p);
     if (t == nullptr || mtp_BIGINT(t, a, b, p) != 0)
         return 1;
@@ -701,13 +694,10 @@ namespace kry {
 int gcd_BIGINT(BIGINT *r, const BIGINT *a, const BIGINT *b, BIGINT_POOL *pool) {
     if (!readable(r) || !readable(a) || !readable(b))
         return 1;
-    ScratchPool scratch(pool);
-    BIGINT_POOL *p = scratch.get();
-    if (p == nullptr)
+    kry::ScratchFrame scratch(pool);
+    if (!scratch.ok())
         return 1;
-    kry::PoolFrame frame(p);
-    if (!frame.ok())
-        return 1;
+    BIGINT_POOL *p = scratch.pool();
     BIGINT *x = get_BIGINT_POOL(p);
     BIGINT *y = get_BIGINT_POOL(p);
     if (x == nullptr || y == nullptr || copy_BIGINT(x, a) != 0 || copy_BIGINT(y, b) != 0)
@@ -730,13 +720,10 @@ int gcd_BIGINT(BIGINT *r, const BIGINT *a, const BIGINT *b, BIGINT_POOL *pool) {
 BIGINT *inv_BIGINT(BIGINT *r, const BIGINT *a, const BIGINT *m, BIGINT_POOL *pool) {
     if (!readable(r) || !readable(a) || !readable(m) || used_words(m) == 0)
         return nullptr;
-    ScratchPool scratch(pool);
-    BIGINT_POOL *p = scratch.get();
-    if (p == nullptr)
+    kry::ScratchFrame scratch(pool);
+    if (!scratch.ok())
         return nullptr;
-    kry::PoolFrame frame(p);
-    if (!frame.ok())
-        return nullptr;
+    BIGINT_POOL *p = scratch.pool();
     BIGINT *r0 = get_BIGINT_POOL(p);
     BIGINT *r1 = get_BIGINT_POOL(p);
     BIGINT *s0 = get_BIGINT_POOL(p);

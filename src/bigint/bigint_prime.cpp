@@ -16,7 +16,6 @@ namespace kry {
 namespace {
 
 using kry::readable;
-using kry::ScratchPool;
 using kry::used_words;
 
 // ---- the first 2048 primes ---------------------------------------------------
@@ -179,8 +178,7 @@ KRY_API int is_BIGINT_prime(const BIGINT *n, int32_t rounds, BIGINT_POOL *pool, 
     if (words == 1 && n->data[0] == 1)
         return -1;
 
-    ScratchPool scratch(pool);
-    kry::PoolFrame frame(scratch.get());
+    kry::ScratchFrame frame(pool);
     BIGINT *nn = frame.get();
     BIGINT *t = frame.get();
     BIGINT *d = frame.get();
@@ -201,7 +199,7 @@ KRY_API int is_BIGINT_prime(const BIGINT *n, int32_t rounds, BIGINT_POOL *pool, 
     // - 1 witnesses are tried, and without any the answer stays -1.
     int result = -1;
     for (int32_t round = 1; round < rounds; round++) {
-        const int r = miller_rabin_round(nn, t, d, s, scratch.get(), digest_id);
+        const int r = miller_rabin_round(nn, t, d, s, frame.pool(), digest_id);
         if (r != 1)
             return r;
         result = 1;
@@ -213,8 +211,7 @@ KRY_API int generate_BIGINT_prime(BIGINT *p, int32_t bits, BIGINT_POOL *pool, ui
     if (p == nullptr || bits < kMinPrimeBits)
         return 1;
     const int tests = prime::test_count(bits);
-    ScratchPool scratch(pool);
-    kry::PoolFrame frame(scratch.get());
+    kry::ScratchFrame frame(pool);
     BIGINT *half = frame.get();
     if (half == nullptr)
         return 1;
@@ -223,7 +220,7 @@ KRY_API int generate_BIGINT_prime(BIGINT *p, int32_t bits, BIGINT_POOL *pool, ui
     WipeOnExit wipe_remainders(remainders);
     for (;;) {
         // A random odd candidate with its top bit set.
-        if (rand_BIGINT(p, bits, 0, 1, scratch.get(), digest_id) != 0)
+        if (rand_BIGINT(p, bits, 0, 1, frame.pool(), digest_id) != 0)
             return 1;
         for (int k = 1; k < kTablePrimes; k++)
             remainders[k] = static_cast<uint16_t>(mod_BIGINT_word(p, kSmallPrimes[k]));
@@ -238,7 +235,7 @@ KRY_API int generate_BIGINT_prime(BIGINT *p, int32_t bits, BIGINT_POOL *pool, ui
 
         int verdict = 1;
         for (int i = 0; i < tests && verdict == 1; i++)
-            verdict = is_BIGINT_prime(p, 2, scratch.get(), digest_id);
+            verdict = is_BIGINT_prime(p, 2, frame.pool(), digest_id);
         if (verdict == 0)
             return 1;
         if (verdict == 1) {
