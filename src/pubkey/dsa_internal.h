@@ -8,8 +8,11 @@ namespace kry {
 
 // verify_DSA with the comparison result: *match becomes 1 when v equals r
 // (equal minimal length and bytes), else 0.  Returns what verify_DSA returns.
+// With retry_trimmed_s, a failed comparison on an s of even length is
+// repeated (same digest) on s without its last byte: the signer reports an
+// odd-length s one byte longer, so such an s carries one byte too many.
 uint32_t dsa_verify_result(DSA *unit, const uint8_t *r, uint32_t r_length, const uint8_t *s, uint32_t s_length,
-                           int *match);
+                           int *match, bool retry_trimmed_s = false);
 
 // sign_DSA with a caller-chosen k (0 < k < q) instead of one drawn from the
 // generator; used for known-answer tests.  Same failure words as sign_DSA.
