@@ -18,5 +18,7 @@
 #include <kry/dsa.h>
 #include <kry/rsa.h>
 #include <kry/kcdsa.h>
+#include <kry/key.h>
+#include <kry/api.h>
 
 #endif /* KRY_H */
