@@ -11,6 +11,7 @@
 #include "api/selftest_internal.h"
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 namespace st = kry::selftest;
@@ -80,46 +81,50 @@ TEST(SelfTestLock, OtherThreadsAreRefusedWhileTheLockIsHeld) {
     EXPECT_EQ(KRY_Context_free(client), KRY_R_OK);
 }
 
-// Real runs: a second thread waits until it sees the lock set, calls, and
-// sees it still set afterwards; that call happened inside the run and must
-// have been refused.  Runs are repeated until such a call is seen.
+// Real runs: a second thread spins for the whole test.  It notes the run
+// number, sees the lock set, makes its calls, and counts them only when the
+// lock is still set and the run number unchanged afterwards: those calls
+// happened inside one run and must have been refused.  Runs repeat until a
+// few such calls were seen (or a generous time limit passes).
 TEST(SelfTestLock, CallsDuringARealRunAreRefused) {
     KRY_Initialize();
     KRY_Context *client = nullptr;
     ASSERT_EQ(KRY_Context_new(&client), KRY_R_OK);
 
-    int inside = 0;
-    for (int run = 0; run < 5000 && inside < 3; ++run) {
-        std::atomic<bool> stop{false};
-        std::atomic<int> seen{0};  // calls made wholly inside the run
-        std::atomic<int> wrong{0};
-        std::thread other([&] {
-            while (!stop.load()) {
-                if (kry::api::selftest_lock() != 1)
-                    continue;
-                KRY_Context *c = nullptr;
-                const uint32_t r1 = KRY_Context_new(&c);
-                uint32_t count = 0;
-                const uint32_t r2 = KRY_NumSymKey(client, &count);
-                if (kry::api::selftest_lock() != 1) {
-                    if (c != nullptr)
-                        KRY_Context_free(c);
-                    continue;
-                }
-                if (r1 != KRY_R_SELFTEST_RUNNING || c != nullptr || r2 != KRY_R_SELFTEST_RUNNING)
-                    ++wrong;
-                ++seen;
-                return;
-            }
-        });
+    std::atomic<bool> stop{false};
+    std::atomic<uint64_t> run{0};
+    std::atomic<int> inside{0};
+    std::atomic<int> wrong{0};
+    std::thread other([&] {
+        while (!stop.load()) {
+            const uint64_t before = run.load();
+            if (kry::api::selftest_lock() != 1)
+                continue;
+            KRY_Context *c = nullptr;
+            const uint32_t r1 = KRY_Context_new(&c);
+            uint32_t count = 0;
+            const uint32_t r2 = KRY_NumSymKey(client, &count);
+            const bool same_run = kry::api::selftest_lock() == 1 && run.load() == before;
+            if (c != nullptr)
+                KRY_Context_free(c);
+            if (!same_run)
+                continue;
+            if (r1 != KRY_R_SELFTEST_RUNNING || c != nullptr || r2 != KRY_R_SELFTEST_RUNNING)
+                ++wrong;
+            ++inside;
+        }
+    });
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (inside.load() < 3 && std::chrono::steady_clock::now() < deadline) {
+        ++run;
         const uint32_t r = KRY_SelfTests(nullptr);
-        stop = true;
-        other.join();
+        ++run;
         EXPECT_NE(r, KRY_R_SELFTEST_RUNNING);
-        EXPECT_EQ(wrong.load(), 0);
-        inside += seen.load();
         EXPECT_EQ(kry::api::selftest_lock(), 0u);
     }
-    EXPECT_GT(inside, 0) << "no call landed inside a run";
+    stop = true;
+    other.join();
+    EXPECT_EQ(wrong.load(), 0);
+    EXPECT_GT(inside.load(), 0) << "no call landed inside a run";
     EXPECT_EQ(KRY_Context_free(client), KRY_R_OK);
 }
