@@ -8,6 +8,8 @@
 #include <kry/export.h>
 #include <kry/error.h>
 #include <kry/stack.h>
+#include <kry/mempool.h>
+#include <kry/stream.h>
 #include <kry/digest.h>
 #include <kry/blockcipher.h>
 #include <kry/rc4.h>
