@@ -233,16 +233,28 @@ KRY_TARGET_AES void cbc_ni(const uint8_t *in, uint8_t *out, size_t n, uint8_t *c
     __m128i k[N + 1];
     for (int i = 0; i <= N; i++)
         k[i] = round_key(rk, i);
-    __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(chain));
-    for (; n != 0; n--, in += 16, out += 16) {
-        x = _mm_xor_si128(x, _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i *>(in)), k[0]));
+    // The chain is latency-bound.  The next block's input and first round
+    // key are folded into the last round key (aesenclast ends with the key
+    // XOR), so that the next block's state comes straight from aesenclast,
+    // next to the ciphertext block computed from the same state.
+    __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i *>(chain));
+    if (n == 0)
+        return;
+    const __m128i last_first = _mm_xor_si128(k[N], k[0]);
+    __m128i x = _mm_xor_si128(c, _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i *>(in)), k[0]));
+    for (;;) {
 #pragma GCC unroll 14
         for (int r = 1; r < N; r++)
             x = _mm_aesenc_si128(x, k[r]);
-        x = _mm_aesenclast_si128(x, k[N]);
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(out), x);
+        c = _mm_aesenclast_si128(x, k[N]);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out), c);
+        if (--n == 0)
+            break;
+        in += 16, out += 16;
+        x = _mm_aesenclast_si128(
+            x, _mm_xor_si128(last_first, _mm_loadu_si128(reinterpret_cast<const __m128i *>(in))));
     }
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(chain), x);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(chain), c);
 }
 
 KRY_TARGET_AES void cbc_hardware(const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain,
@@ -252,6 +264,225 @@ KRY_TARGET_AES void cbc_hardware(const uint8_t *in, uint8_t *out, size_t n, uint
     case 12: cbc_ni<12>(in, out, n, chain, ks.rk); break;
     default: cbc_ni<14>(in, out, n, chain, ks.rk); break;
     }
+}
+
+// A 128-bit big-endian counter block from its two halves: the halves set as
+// one little-endian 128-bit value, then its bytes reversed.
+KRY_TARGET_AES inline __m128i counter_block(uint64_t hi, uint64_t lo) {
+    const __m128i reverse = _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    return _mm_shuffle_epi8(_mm_set_epi64x(static_cast<long long>(hi), static_cast<long long>(lo)), reverse);
+}
+
+// Adds m to the counter halves (the carry out of the low half goes up).
+inline void advance_counter(uint64_t &hi, uint64_t &lo, uint64_t m) {
+    const uint64_t next = lo + m;
+    hi += next < lo;
+    lo = next;
+}
+
+// CTR over n blocks, eight at a time; the counter stays in two 64-bit halves.
+// The last round key is XORed with the input so that aesenclast yields the
+// output directly; the last keystream block is recovered from it.
+template <int N>
+KRY_TARGET_AES void ctr_ni(const uint8_t *in, uint8_t *out, size_t n, uint64_t &hi, uint64_t &lo,
+                           __m128i &stream, const uint32_t *rk) {
+    __m128i k[N + 1];
+    for (int i = 0; i <= N; i++)
+        k[i] = round_key(rk, i);
+    for (; n >= 8; n -= 8, in += 128, out += 128) {
+        __m128i x[8], p[8];
+        if (lo <= ~uint64_t{0} - 7) {
+#pragma GCC unroll 8
+            for (int b = 0; b < 8; b++)
+                x[b] = _mm_xor_si128(counter_block(hi, lo + static_cast<uint64_t>(b)), k[0]);
+            advance_counter(hi, lo, 8);
+        } else {
+            for (int b = 0; b < 8; b++) {
+                x[b] = _mm_xor_si128(counter_block(hi, lo), k[0]);
+                advance_counter(hi, lo, 1);
+            }
+        }
+#pragma GCC unroll 14
+        for (int r = 1; r < N; r++)
+#pragma GCC unroll 8
+            for (int b = 0; b < 8; b++)
+                x[b] = _mm_aesenc_si128(x[b], k[r]);
+#pragma GCC unroll 8
+        for (int b = 0; b < 8; b++) {
+            p[b] = _mm_loadu_si128(reinterpret_cast<const __m128i *>(in + 16 * b));
+            x[b] = _mm_aesenclast_si128(x[b], _mm_xor_si128(k[N], p[b]));
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 16 * b), x[b]);
+        }
+        stream = _mm_xor_si128(x[7], p[7]);
+    }
+    for (; n != 0; n--, in += 16, out += 16) {
+        __m128i x = _mm_xor_si128(counter_block(hi, lo), k[0]);
+        advance_counter(hi, lo, 1);
+#pragma GCC unroll 14
+        for (int r = 1; r < N; r++)
+            x = _mm_aesenc_si128(x, k[r]);
+        stream = _mm_aesenclast_si128(x, k[N]);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out),
+                         _mm_xor_si128(stream, _mm_loadu_si128(reinterpret_cast<const __m128i *>(in))));
+    }
+}
+
+// CBC decryption of n blocks, eight at a time; the chaining value is folded
+// into the last round key (aesdeclast ends with the key XOR).  All eight
+// ciphertext blocks are loaded before any output is stored (in may be out).
+template <int N>
+KRY_TARGET_AES void cbc_decrypt_ni(const uint8_t *in, uint8_t *out, size_t n, __m128i &chain, const uint32_t *rk) {
+    __m128i k[N + 1];
+    for (int i = 0; i <= N; i++)
+        k[i] = round_key(rk, i);
+    for (; n >= 8; n -= 8, in += 128, out += 128) {
+        __m128i c[8], x[8];
+#pragma GCC unroll 8
+        for (int b = 0; b < 8; b++) {
+            c[b] = _mm_loadu_si128(reinterpret_cast<const __m128i *>(in + 16 * b));
+            x[b] = _mm_xor_si128(c[b], k[0]);
+        }
+#pragma GCC unroll 14
+        for (int r = 1; r < N; r++)
+#pragma GCC unroll 8
+            for (int b = 0; b < 8; b++)
+                x[b] = _mm_aesdec_si128(x[b], k[r]);
+#pragma GCC unroll 8
+        for (int b = 0; b < 8; b++)
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 16 * b),
+                             _mm_aesdeclast_si128(x[b], _mm_xor_si128(k[N], b == 0 ? chain : c[b - 1])));
+        chain = c[7];
+    }
+    for (; n != 0; n--, in += 16, out += 16) {
+        const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i *>(in));
+        __m128i x = _mm_xor_si128(c, k[0]);
+#pragma GCC unroll 14
+        for (int r = 1; r < N; r++)
+            x = _mm_aesdec_si128(x, k[r]);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_aesdeclast_si128(x, _mm_xor_si128(k[N], chain)));
+        chain = c;
+    }
+}
+
+// ---- VAES: the same with two blocks per 256-bit register ------------------------
+// Eight registers (sixteen blocks) are in flight; what is left after the
+// sixteen-block groups goes to the 128-bit functions above.
+
+#define KRY_TARGET_VAES __attribute__((target("vaes,avx2,aes,ssse3")))
+
+bool cpu_has_vaes() {
+    static const bool has = [] {
+        __builtin_cpu_init();
+        return cpu_has_aes() && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("vaes");
+    }();
+    return has;
+}
+
+KRY_TARGET_VAES inline __m256i wide_key(const uint32_t *rk, int i) {
+    return _mm256_broadcastsi128_si256(round_key(rk, i));
+}
+
+template <int N>
+KRY_TARGET_VAES void ctr_vaes(const uint8_t *in, uint8_t *out, size_t n, uint64_t &hi, uint64_t &lo,
+                              __m128i &stream, const uint32_t *rk) {
+    __m256i k[N + 1];
+    for (int i = 0; i <= N; i++)
+        k[i] = wide_key(rk, i);
+    const __m256i reverse = _mm256_broadcastsi128_si256(
+        _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+    for (; n >= 16; n -= 16, in += 256, out += 256) {
+        __m256i x[8], p[8];
+        if (lo <= ~uint64_t{0} - 15) {
+            const __m256i base = _mm256_set_epi64x(static_cast<long long>(hi), static_cast<long long>(lo + 1),
+                                                   static_cast<long long>(hi), static_cast<long long>(lo));
+#pragma GCC unroll 8
+            for (int b = 0; b < 8; b++)
+                x[b] = _mm256_xor_si256(
+                    _mm256_shuffle_epi8(_mm256_add_epi64(base, _mm256_set_epi64x(0, 2 * b, 0, 2 * b)), reverse),
+                    k[0]);
+            advance_counter(hi, lo, 16);
+        } else {
+            for (int b = 0; b < 8; b++) {
+                const __m128i c0 = counter_block(hi, lo);
+                advance_counter(hi, lo, 1);
+                const __m128i c1 = counter_block(hi, lo);
+                advance_counter(hi, lo, 1);
+                x[b] = _mm256_xor_si256(_mm256_inserti128_si256(_mm256_castsi128_si256(c0), c1, 1), k[0]);
+            }
+        }
+#pragma GCC unroll 14
+        for (int r = 1; r < N; r++)
+#pragma GCC unroll 8
+            for (int b = 0; b < 8; b++)
+                x[b] = _mm256_aesenc_epi128(x[b], k[r]);
+#pragma GCC unroll 8
+        for (int b = 0; b < 8; b++) {
+            p[b] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 32 * b));
+            x[b] = _mm256_aesenclast_epi128(x[b], _mm256_xor_si256(k[N], p[b]));
+            _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 32 * b), x[b]);
+        }
+        stream = _mm256_extracti128_si256(_mm256_xor_si256(x[7], p[7]), 1);
+    }
+    if (n != 0)
+        ctr_ni<N>(in, out, n, hi, lo, stream, rk);
+}
+
+template <int N>
+KRY_TARGET_VAES void cbc_decrypt_vaes(const uint8_t *in, uint8_t *out, size_t n, __m128i &chain,
+                                      const uint32_t *rk) {
+    __m256i k[N + 1];
+    for (int i = 0; i <= N; i++)
+        k[i] = wide_key(rk, i);
+    for (; n >= 16; n -= 16, in += 256, out += 256) {
+        __m256i c[8], x[8], prev[8];
+#pragma GCC unroll 8
+        for (int b = 0; b < 8; b++) {
+            c[b] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 32 * b));
+            x[b] = _mm256_xor_si256(c[b], k[0]);
+        }
+        // The chaining values of blocks 2b and 2b + 1: ciphertext blocks
+        // 2b - 1 and 2b (the first one the incoming chaining value).
+        prev[0] = _mm256_inserti128_si256(_mm256_castsi128_si256(chain), _mm256_castsi256_si128(c[0]), 1);
+#pragma GCC unroll 8
+        for (int b = 1; b < 8; b++)
+            prev[b] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 32 * b - 16));
+        chain = _mm256_extracti128_si256(c[7], 1);
+#pragma GCC unroll 14
+        for (int r = 1; r < N; r++)
+#pragma GCC unroll 8
+            for (int b = 0; b < 8; b++)
+                x[b] = _mm256_aesdec_epi128(x[b], k[r]);
+#pragma GCC unroll 8
+        for (int b = 0; b < 8; b++)
+            _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 32 * b),
+                                _mm256_aesdeclast_epi128(x[b], _mm256_xor_si256(k[N], prev[b])));
+    }
+    if (n != 0)
+        cbc_decrypt_ni<N>(in, out, n, chain, rk);
+}
+
+template <int N, bool kDecrypt>
+KRY_TARGET_VAES void crypt_vaes(const uint8_t *in, uint8_t *out, size_t n, const uint32_t *rk) {
+    __m256i k[N + 1];
+    for (int i = 0; i <= N; i++)
+        k[i] = wide_key(rk, i);
+    for (; n >= 16; n -= 16, in += 256, out += 256) {
+        __m256i x[8];
+#pragma GCC unroll 8
+        for (int b = 0; b < 8; b++)
+            x[b] = _mm256_xor_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(in + 32 * b)), k[0]);
+#pragma GCC unroll 14
+        for (int r = 1; r < N; r++)
+#pragma GCC unroll 8
+            for (int b = 0; b < 8; b++)
+                x[b] = kDecrypt ? _mm256_aesdec_epi128(x[b], k[r]) : _mm256_aesenc_epi128(x[b], k[r]);
+#pragma GCC unroll 8
+        for (int b = 0; b < 8; b++)
+            _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + 32 * b),
+                                kDecrypt ? _mm256_aesdeclast_epi128(x[b], k[N]) : _mm256_aesenclast_epi128(x[b], k[N]));
+    }
+    if (n != 0)
+        crypt_ni<N, kDecrypt>(in, out, n, rk);
 }
 
 template <bool kDecrypt>
@@ -265,19 +496,75 @@ KRY_TARGET_AES void crypt_hardware(const uint8_t *in, uint8_t *out, size_t n, co
 
 #else
 bool cpu_has_aes() { return false; }
-template <bool kDecrypt> void crypt_hardware(const uint8_t *, uint8_t *, size_t, const AES_SCHEDULE &) {}
-void cbc_hardware(const uint8_t *, uint8_t *, size_t, uint8_t *, const AES_SCHEDULE &) {}
+bool cpu_has_vaes() { return false; }
 #endif
 
 std::atomic<bool> hardware_enabled{true};
+std::atomic<bool> wide_enabled{true};
 
 inline bool use_hardware() { return cpu_has_aes() && hardware_enabled.load(std::memory_order_relaxed); }
+inline bool use_wide() { return cpu_has_vaes() && wide_enabled.load(std::memory_order_relaxed); }
+
+#if KRY_AES_NI
+// Several blocks: the 256-bit forms when present and enabled, else the
+// 128-bit ones.  Only called when use_hardware() holds.
+template <bool kDecrypt>
+void crypt_many_hardware(const uint8_t *in, uint8_t *out, size_t n, const AES_SCHEDULE &ks) {
+    if (n < 16 || !use_wide()) {
+        crypt_hardware<kDecrypt>(in, out, n, ks);
+        return;
+    }
+    switch (rounds_of(ks)) {
+    case 10: crypt_vaes<10, kDecrypt>(in, out, n, ks.rk); break;
+    case 12: crypt_vaes<12, kDecrypt>(in, out, n, ks.rk); break;
+    default: crypt_vaes<14, kDecrypt>(in, out, n, ks.rk); break;
+    }
+}
+
+KRY_TARGET_AES void ctr_hardware(const uint8_t *in, uint8_t *out, size_t n, uint8_t *counter, uint8_t *stream,
+                                 const AES_SCHEDULE &ks) {
+    uint64_t hi = load64_be(counter), lo = load64_be(counter + 8);
+    __m128i last = _mm_loadu_si128(reinterpret_cast<const __m128i *>(stream));
+    const bool wide = n >= 16 && use_wide();
+    switch (rounds_of(ks)) {
+    case 10: wide ? ctr_vaes<10>(in, out, n, hi, lo, last, ks.rk) : ctr_ni<10>(in, out, n, hi, lo, last, ks.rk); break;
+    case 12: wide ? ctr_vaes<12>(in, out, n, hi, lo, last, ks.rk) : ctr_ni<12>(in, out, n, hi, lo, last, ks.rk); break;
+    default: wide ? ctr_vaes<14>(in, out, n, hi, lo, last, ks.rk) : ctr_ni<14>(in, out, n, hi, lo, last, ks.rk); break;
+    }
+    store64_be(counter, hi);
+    store64_be(counter + 8, lo);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(stream), last);
+    last = _mm_setzero_si128();
+}
+
+KRY_TARGET_AES void cbc_decrypt_hardware(const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain,
+                                         const AES_SCHEDULE &ks) {
+    __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i *>(chain));
+    const bool wide = n >= 16 && use_wide();
+    switch (rounds_of(ks)) {
+    case 10: wide ? cbc_decrypt_vaes<10>(in, out, n, c, ks.rk) : cbc_decrypt_ni<10>(in, out, n, c, ks.rk); break;
+    case 12: wide ? cbc_decrypt_vaes<12>(in, out, n, c, ks.rk) : cbc_decrypt_ni<12>(in, out, n, c, ks.rk); break;
+    default: wide ? cbc_decrypt_vaes<14>(in, out, n, c, ks.rk) : cbc_decrypt_ni<14>(in, out, n, c, ks.rk); break;
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(chain), c);
+}
+#else
+template <bool kDecrypt> void crypt_hardware(const uint8_t *, uint8_t *, size_t, const AES_SCHEDULE &) {}
+template <bool kDecrypt> void crypt_many_hardware(const uint8_t *, uint8_t *, size_t, const AES_SCHEDULE &) {}
+void cbc_hardware(const uint8_t *, uint8_t *, size_t, uint8_t *, const AES_SCHEDULE &) {}
+void ctr_hardware(const uint8_t *, uint8_t *, size_t, uint8_t *, uint8_t *, const AES_SCHEDULE &) {}
+void cbc_decrypt_hardware(const uint8_t *, uint8_t *, size_t, uint8_t *, const AES_SCHEDULE &) {}
+#endif
 
 }  // namespace
 
 bool aes_hardware_available() { return cpu_has_aes(); }
 
 void aes_use_hardware(bool enabled) { hardware_enabled.store(enabled, std::memory_order_relaxed); }
+
+bool aes_wide_available() { return cpu_has_vaes(); }
+
+void aes_use_wide(bool enabled) { wide_enabled.store(enabled, std::memory_order_relaxed); }
 
 uint32_t aes_set_encrypt_key(const uint8_t *key, uint32_t key_length, AES_SCHEDULE &ks) {
     if (key == nullptr || (key_length != 16 && key_length != 24 && key_length != 32))
@@ -332,7 +619,7 @@ void aes_decrypt_block(const uint8_t in[16], uint8_t out[16], const AES_SCHEDULE
 
 void aes_encrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, const AES_SCHEDULE &ks) {
     if (use_hardware()) {
-        crypt_hardware<false>(in, out, nblocks, ks);
+        crypt_many_hardware<false>(in, out, nblocks, ks);
         return;
     }
     for (; nblocks != 0; nblocks--, in += 16, out += 16)
@@ -341,7 +628,7 @@ void aes_encrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, const A
 
 void aes_decrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, const AES_SCHEDULE &ks) {
     if (use_hardware()) {
-        crypt_hardware<true>(in, out, nblocks, ks);
+        crypt_many_hardware<true>(in, out, nblocks, ks);
         return;
     }
     for (; nblocks != 0; nblocks--, in += 16, out += 16)
@@ -362,6 +649,38 @@ void aes_cbc_encrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, uin
         std::memcpy(out, chain, 16);
     }
     wipe_object(block);
+}
+
+void aes_cbc_decrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, uint8_t chain[16],
+                            const AES_SCHEDULE &ks) {
+    if (use_hardware()) {
+        cbc_decrypt_hardware(in, out, nblocks, chain, ks);
+        return;
+    }
+    uint8_t saved[16], block[16];
+    for (; nblocks != 0; nblocks--, in += 16, out += 16) {
+        std::memcpy(saved, in, 16);  // in may be out
+        decrypt_tables(saved, block, ks);
+        for (int i = 0; i < 16; i++)
+            out[i] = static_cast<uint8_t>(block[i] ^ chain[i]);
+        std::memcpy(chain, saved, 16);
+    }
+    wipe_object(saved);
+    wipe_object(block);
+}
+
+void aes_ctr_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, uint8_t counter[16], uint8_t stream[16],
+                    const AES_SCHEDULE &ks) {
+    if (use_hardware()) {
+        ctr_hardware(in, out, nblocks, counter, stream, ks);
+        return;
+    }
+    for (; nblocks != 0; nblocks--, in += 16, out += 16) {
+        encrypt_tables(counter, stream, ks);
+        increaseCounter(counter);
+        for (int i = 0; i < 16; i++)
+            out[i] = static_cast<uint8_t>(in[i] ^ stream[i]);
+    }
 }
 
 // ---- the unit's functions ------------------------------------------------------
@@ -386,6 +705,13 @@ struct Aes {
     }
     static void cbc_encrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain) {
         aes_cbc_encrypt_blocks(in, out, n, chain, ks);
+    }
+    static void cbc_decrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain) {
+        aes_cbc_decrypt_blocks(in, out, n, chain, ks);
+    }
+    static void ctr_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *counter,
+                           uint8_t *stream) {
+        aes_ctr_blocks(in, out, n, counter, stream, ks);
     }
     static constexpr ModeErrors kErrors{0x02020003, 0x02030003, 0x02040003, 0x02050003, 0x02060003};
 

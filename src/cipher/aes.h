@@ -51,11 +51,32 @@ void aes_decrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, const A
 void aes_cbc_encrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, uint8_t chain[16],
                             const AES_SCHEDULE &ks);
 
+// CBC decryption of nblocks whole blocks under a decryption schedule: block
+// i is decrypted and XORed with the chaining value (chain, then the previous
+// ciphertext block); chain receives the last ciphertext block.  in == out is
+// allowed.
+void aes_cbc_decrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, uint8_t chain[16],
+                            const AES_SCHEDULE &ks);
+
+// CTR over nblocks whole blocks under an encryption schedule: block i is
+// XORed with the encryption of the counter, which is then incremented as a
+// 128-bit big-endian number.  counter receives the counter after the last
+// block and, when nblocks != 0, stream the last keystream block.  in == out
+// is allowed.
+void aes_ctr_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, uint8_t counter[16], uint8_t stream[16],
+                    const AES_SCHEDULE &ks);
+
 // The block functions run on the processor's AES instructions when it has
 // them (x86 AES-NI with SSSE3), on the table-driven rounds otherwise.  Tests
 // switch the instructions off to exercise the tables on such processors.
 bool aes_hardware_available();
 void aes_use_hardware(bool enabled);
+// The multi-block functions use the 256-bit forms of the AES instructions
+// (two blocks per register) when the processor has them (VAES with AVX2)
+// and the hardware is enabled; tests switch them off to exercise the
+// 128-bit forms.
+bool aes_wide_available();
+void aes_use_wide(bool enabled);
 
 }  // namespace kry
 

@@ -139,6 +139,23 @@ template <class C>
 concept CbcBlocks = requires(const typename C::Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *c) {
     C::cbc_encrypt_blocks(ks, in, out, n, c);
 };
+// A 16-byte-block cipher may give CBC decryption of whole blocks:  static
+// void cbc_decrypt_blocks(const Schedule &, const uint8_t *in, uint8_t *out,
+// size_t n, uint8_t *chain) (chain updated to the last ciphertext block).
+template <class C>
+concept CbcDecryptBlocks = requires(const typename C::Schedule &ks, const uint8_t *in, uint8_t *out, size_t n,
+                                    uint8_t *c) {
+    C::cbc_decrypt_blocks(ks, in, out, n, c);
+};
+// and CTR over whole blocks:  static void ctr_blocks(const Schedule &, const
+// uint8_t *in, uint8_t *out, size_t n, uint8_t *counter, uint8_t *stream),
+// which increments the counter n times as a 128-bit big-endian number and
+// leaves the last keystream block in stream (when n != 0).
+template <class C>
+concept CtrBlocks = requires(const typename C::Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *c,
+                             uint8_t *s) {
+    C::ctr_blocks(ks, in, out, n, c, s);
+};
 constexpr uint32_t kBatch = 8;  // blocks per multi-block call in CBC, CFB and CTR
 
 // out = a ^ b over one block (any of them may alias).
@@ -212,6 +229,10 @@ uint32_t cbc(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t 
     }
 
     uint32_t whole = length / B;
+    if constexpr (CbcDecryptBlocks<C> && B == 16) {
+        C::cbc_decrypt_blocks(*ks, in, out, whole, chain);
+        in += whole * B, out += whole * B, whole = 0;
+    }
     if constexpr (MultiBlock<C>) {
         uint8_t cts[kBatch * B], pts[kBatch * B];
         WipeOnExit wipe_cts(cts), wipe_pts(pts);
@@ -332,6 +353,13 @@ uint32_t ctr(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t 
             increment_counter64(counter);
     };
     uint32_t pos = unit->position & (B - 1);
+    if constexpr (CtrBlocks<C> && B == 16) {
+        if (pos == 0 && length >= B) {
+            const uint32_t whole = length / B;
+            C::ctr_blocks(*ks, in, out, whole, counter, stream);
+            in += whole * B, out += whole * B, length -= whole * B;
+        }
+    }
     if constexpr (MultiBlock<C> && B == 16) {
         if (pos == 0 && length >= 2 * B) {
             uint8_t ks_buf[kBatch * B];
