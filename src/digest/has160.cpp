@@ -113,9 +113,12 @@ KRY_API uint32_t update_HAS160(HAS160_STATE *state, const uint8_t *data, uint32_
     kry::compress(*state, state->block);
     data += take;
     length -= take;
-    for (; length >= 64; data += 64, length -= 64) {
-        std::memcpy(state->block, data, 64);
-        kry::compress(*state, state->block);
+    // Whole blocks are compressed straight from the input; the last of them
+    // is left in the block buffer, as if each had been copied there first.
+    if (length >= 64) {
+        for (; length >= 64; data += 64, length -= 64)
+            kry::compress(*state, data);
+        std::memcpy(state->block, data - 64, 64);
     }
     if (length != 0)
         std::memcpy(state->block, data, length);

@@ -17,7 +17,6 @@ constexpr uint32_t kT[64] = {
     0xf4292244, 0x432aff97, 0xab9423a7, 0xfc93a039, 0x655b59c3, 0x8f0ccc92, 0xffeff47d, 0x85845dd1,
     0x6fa87e4f, 0xfe2ce6e0, 0xa3014314, 0x4e0811a1, 0xf7537e82, 0xbd3af235, 0x2ad7d2bb, 0xeb86d391,
 };
-constexpr int kShift[4][4] = {{7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}};
 
 struct Md5 {
     using State = MD5_STATE;
@@ -32,33 +31,68 @@ struct Md5 {
             compress_block(s, p);
     }
 
+    // One step: a = b + ((a + g + x + t) <<< r).  The part that does not
+    // depend on b (the previous step's result) is summed first, and the
+    // empty asm keeps the compiler from folding b back into the middle of
+    // that sum, so the chain from step to step stays short.
+    // In the second round G = (b & d) | (c & ~d) is the sum of two disjoint
+    // parts, and only the second depends on b.
+#define KRY_MD5_STEP_G(a, b, c, d, k, i, r)                                                           \
+    do {                                                                                             \
+        a += load32_le(p + 4 * (k)) + kT[i];                                                         \
+        a += c & ~d;                                                                                 \
+        __asm__("" : "+r"(a));                                                                       \
+        a += b & d;                                                                                  \
+        a = rotl32(a, r) + b;                                                                        \
+    } while (0)
+#define KRY_MD5_STEP(g, a, b, c, d, k, i, r)                                                          \
+    do {                                                                                             \
+        a += load32_le(p + 4 * (k)) + kT[i];                                                         \
+        __asm__("" : "+r"(a));                                                                       \
+        a += g(b, c, d);                                                                             \
+        a = rotl32(a, r) + b;                                                                        \
+    } while (0)
+
+    static inline uint32_t step_f(uint32_t b, uint32_t c, uint32_t d) { return d ^ (b & (c ^ d)); }
+    static inline uint32_t step_h(uint32_t b, uint32_t c, uint32_t d) { return b ^ (c ^ d); }
+    static inline uint32_t step_i(uint32_t b, uint32_t c, uint32_t d) { return c ^ (b | ~d); }
+
     static void compress_block(State &s, const uint8_t *p) {
-        uint32_t x[16];
-        for (int i = 0; i < 16; i++)
-            x[i] = load32_le(p + 4 * i);
         uint32_t a = s.abcd[0], b = s.abcd[1], c = s.abcd[2], d = s.abcd[3];
-#pragma GCC unroll 64
-        for (int i = 0; i < 64; i++) {
-            const int round = i / 16;
-            uint32_t f;
-            int k;
-            switch (round) {
-            case 0: f = (b & c) | (~b & d); k = i; break;
-            case 1: f = (b & d) | (c & ~d); k = (5 * i + 1) & 15; break;
-            case 2: f = b ^ c ^ d; k = (3 * i + 5) & 15; break;
-            default: f = c ^ (b | ~d); k = (7 * i) & 15; break;
-            }
-            uint32_t t = b + rotl32(a + f + x[k] + kT[i], kShift[round][i & 3]);
-            a = d;
-            d = c;
-            c = b;
-            b = t;
+#pragma GCC unroll 4
+        for (int i = 0; i < 16; i += 4) {
+            KRY_MD5_STEP(step_f, a, b, c, d, i, i, 7);
+            KRY_MD5_STEP(step_f, d, a, b, c, i + 1, i + 1, 12);
+            KRY_MD5_STEP(step_f, c, d, a, b, i + 2, i + 2, 17);
+            KRY_MD5_STEP(step_f, b, c, d, a, i + 3, i + 3, 22);
         }
+#pragma GCC unroll 4
+        for (int i = 16; i < 32; i += 4) {
+            KRY_MD5_STEP_G(a, b, c, d, (5 * i + 1) & 15, i, 5);
+            KRY_MD5_STEP_G(d, a, b, c, (5 * i + 6) & 15, i + 1, 9);
+            KRY_MD5_STEP_G(c, d, a, b, (5 * i + 11) & 15, i + 2, 14);
+            KRY_MD5_STEP_G(b, c, d, a, (5 * i + 16) & 15, i + 3, 20);
+        }
+#pragma GCC unroll 4
+        for (int i = 32; i < 48; i += 4) {
+            KRY_MD5_STEP(step_h, a, b, c, d, (3 * i + 5) & 15, i, 4);
+            KRY_MD5_STEP(step_h, d, a, b, c, (3 * i + 8) & 15, i + 1, 11);
+            KRY_MD5_STEP(step_h, c, d, a, b, (3 * i + 11) & 15, i + 2, 16);
+            KRY_MD5_STEP(step_h, b, c, d, a, (3 * i + 14) & 15, i + 3, 23);
+        }
+#pragma GCC unroll 4
+        for (int i = 48; i < 64; i += 4) {
+            KRY_MD5_STEP(step_i, a, b, c, d, (7 * i) & 15, i, 6);
+            KRY_MD5_STEP(step_i, d, a, b, c, (7 * i + 7) & 15, i + 1, 10);
+            KRY_MD5_STEP(step_i, c, d, a, b, (7 * i + 14) & 15, i + 2, 15);
+            KRY_MD5_STEP(step_i, b, c, d, a, (7 * i + 21) & 15, i + 3, 21);
+        }
+#undef KRY_MD5_STEP
+#undef KRY_MD5_STEP_G
         s.abcd[0] += a;
         s.abcd[1] += b;
         s.abcd[2] += c;
         s.abcd[3] += d;
-        wipe(x, sizeof x);
     }
 
     static void output(const State &s, uint8_t *out) {

@@ -14,6 +14,20 @@
 
 namespace kry::sha2 {
 
+#if defined(__x86_64__)
+// SHA-384/512 blocks with the message schedule of four blocks computed at
+// once in AVX2 registers and the rounds on BMI2 rotates, chosen at run time
+// (CPUID) when the processor has both and the path has not been switched off
+// with use_sha512_avx2(false) (tests use that to run the portable code too).
+bool has_sha512_avx2();
+void use_sha512_avx2(bool enabled);
+void sha512_compress_avx2(uint64_t h[8], const uint8_t *blocks, size_t nblocks);
+#else
+inline bool has_sha512_avx2() { return false; }
+inline void use_sha512_avx2(bool) {}
+inline void sha512_compress_avx2(uint64_t *, const uint8_t *, size_t) {}
+#endif
+
 template <class W> struct Params;
 
 template <> struct Params<uint32_t> {
@@ -129,6 +143,9 @@ struct Frame {
         if constexpr (std::is_same_v<Word, uint32_t>) {
             if (x86::has_sha_extensions())
                 return x86::sha256_compress_shani(s.h, p, n);
+        } else {
+            if (has_sha512_avx2())
+                return sha512_compress_avx2(s.h, p, n);
         }
         for (; n != 0; n--, p += kBlock)
             sha2::compress(s.h, p);
