@@ -152,6 +152,10 @@ int mod_mtp_mont_BIGINT(BIGINT *r, const BIGINT *a, const BIGINT *b, BIGINT_MONT
 int reduce_mont_BIGINT(BIGINT *r, const BIGINT *t, BIGINT_MONT *ctx, BIGINT_POOL *pool);
 // Sliding-window width of the exponentiations for an exponent of bits bits.
 int mod_exp_window_bits(int32_t bits);
+// r = a1^p1 a2^p2 mod m, the value mod_mtp_BIGINT gives for the product of
+// the two Montgomery exponentiations, with the squarings shared; 0 or 1.
+int mod_exp2_mont_BIGINT(BIGINT *r, const BIGINT *a1, const BIGINT *p1, const BIGINT *a2, const BIGINT *p2,
+                         const BIGINT *m, BIGINT_POOL *pool);
 
 }  // namespace kry
 

@@ -380,7 +380,7 @@ void fips_sqr(u64 *r, const u64 *a, const u64 *m, int32_t n, u64 n0, u64 *u, u64
 }
 
 // The same two products for a fixed number of limbs, every loop unrolled:
-// used for the common sizes (512, 1024 and 2048 bits), where the loops'
+// used for the common sizes (512, 1024, 1536 and 2048 bits), where the loops'
 // own bookkeeping is a large share of the work.
 template <int N> void fips_mul_fixed(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0) {
     u64 u[N], t[N];
@@ -450,6 +450,8 @@ void limb_mul(u64 *r, const u64 *a, const u64 *b, const u64 *m, int32_t limbs, u
         return fips_mul_fixed<8>(r, a, b, m, n0);
     case 16:
         return fips_mul_fixed<16>(r, a, b, m, n0);
+    case 24:
+        return fips_mul_fixed<24>(r, a, b, m, n0);
     case 32:
         return fips_mul_fixed<32>(r, a, b, m, n0);
     default:
@@ -463,6 +465,8 @@ void limb_sqr(u64 *r, const u64 *a, const u64 *m, int32_t limbs, u64 n0, u64 *u,
         return fips_sqr_fixed<8>(r, a, m, n0);
     case 16:
         return fips_sqr_fixed<16>(r, a, m, n0);
+    case 24:
+        return fips_sqr_fixed<24>(r, a, m, n0);
     case 32:
         return fips_sqr_fixed<32>(r, a, m, n0);
     default:
@@ -941,6 +945,176 @@ int limb_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w
     return 0;
 }
 
+// ---- two exponentiations at once -----------------------------------------------
+//
+// a1^p1 a2^p2 mod m by interleaved sliding windows (simultaneous
+// exponentiation, HAC 14.88 with a window of its own for each exponent):
+// the squarings are shared, and each exponent's windows multiply in their
+// own table of odd powers at the bit where the window ends.
+
+// The next window of p at or below bit from: its low bit and the
+// table index of its value; low is -1 when no set bit is left.
+struct Window {
+    int32_t low = -1;
+    uint32_t k = 0;
+};
+
+Window next_window(const BIGINT *p, int32_t from, int w) {
+    Window win;
+    int32_t i = from;
+    while (i >= 0 && !is_BIGINT_bit_set(p, i))
+        i--;
+    if (i < 0)
+        return win;
+    int32_t j = i - w + 1 > 0 ? i - w + 1 : 0;
+    while (!is_BIGINT_bit_set(p, j))
+        j++;
+    uint32_t value = 0;
+    for (int32_t k = i; k >= j; k--)
+        value = (value << 1) | static_cast<uint32_t>(is_BIGINT_bit_set(p, k));
+    win.low = j;
+    win.k = value >> 1;
+    return win;
+}
+
+// base (below m, nonzero) to Montgomery form and its odd powers into
+// count pool integers.
+int limb_table(LimbWork &wk, BIGINT **table, int count, const BIGINT *base, BIGINT_POOL *pool) {
+    const size_t bytes = sizeof(u64) * static_cast<size_t>(wk.limbs);
+    for (int k = 0; k < count; k++) {
+        table[k] = take(pool, 2 * wk.limbs);
+        if (table[k] == nullptr)
+            return 1;
+    }
+    load_limbs(wk.x, base, wk.limbs);
+    wk.mul(wk.x, wk.x, wk.rr);
+    std::memcpy(table[0]->data, wk.x, bytes);
+    if (count > 1) {
+        u64 *square = wk.acc;
+        wk.sqr(square, wk.x);
+        for (int k = 1; k < count; k++) {
+            wk.mul(wk.x, wk.x, square);
+            std::memcpy(table[k]->data, wk.x, bytes);
+        }
+    }
+    return 0;
+}
+
+// Loads m, n0 and R^2 mod m for R = 2^(64 L).
+int limb_setup(LimbWork &wk, const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
+    const int32_t n = ctx->modulus.length;
+    const int32_t limbs = (n + 1) / 2;
+    wk.limbs = limbs;
+    load_limbs(wk.m, &ctx->modulus, limbs);
+    wk.n0 = n0_64(ctx->n0, wk.m[0]);
+    if (n % 2 == 0) {
+        load_limbs(wk.rr, &ctx->rr, limbs);
+        return 0;
+    }
+    kry::PoolFrame frame(pool);
+    if (!frame.ok())
+        return 1;
+    BIGINT *x = get_BIGINT_POOL(pool);
+    BIGINT *rr = get_BIGINT_POOL(pool);
+    if (x == nullptr || rr == nullptr || set_BIGINT_bit(x, 128 * limbs) != 0 ||
+        div_BIGINT(nullptr, rr, x, &ctx->modulus, pool) != 0)
+        return 1;
+    load_limbs(wk.rr, rr, limbs);
+    return 0;
+}
+
+// r = b1^p1 b2^p2 mod m for nonzero bases below m and nonzero exponents.
+int limb_exp2(BIGINT *r, const BIGINT *b1, const BIGINT *p1, const BIGINT *b2, const BIGINT *p2,
+              const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
+    LimbWork wk;
+    if (limb_setup(wk, ctx, pool) != 0)
+        return 1;
+    const int32_t bits1 = get_BIGINT_bits_length(p1);
+    const int32_t bits2 = get_BIGINT_bits_length(p2);
+    const int w1 = kry::mod_exp_window_bits(bits1);
+    const int w2 = kry::mod_exp_window_bits(bits2);
+    BIGINT *table1[32];
+    BIGINT *table2[32];
+    if (limb_table(wk, table1, 1 << (w1 - 1), b1, pool) != 0 ||
+        limb_table(wk, table2, 1 << (w2 - 1), b2, pool) != 0)
+        return 1;
+    const size_t bytes = sizeof(u64) * static_cast<size_t>(wk.limbs);
+
+    bool started = false;
+    // Multiplies the accumulator by a table entry (or loads it first).
+    auto apply = [&](const BIGINT *entry) {
+        if (!started) {
+            std::memcpy(wk.acc, entry->data, bytes);
+            started = true;
+        } else {
+            std::memcpy(wk.x, entry->data, bytes);
+            wk.mul(wk.acc, wk.acc, wk.x);
+        }
+    };
+    const int32_t top = bits1 > bits2 ? bits1 : bits2;
+    Window win1 = next_window(p1, bits1 - 1, w1);
+    Window win2 = next_window(p2, bits2 - 1, w2);
+    for (int32_t i = top - 1; i >= 0; i--) {
+        if (started)
+            wk.sqr(wk.acc, wk.acc);
+        if (win1.low == i) {
+            apply(table1[win1.k]);
+            win1 = next_window(p1, i - 1, w1);
+        }
+        if (win2.low == i) {
+            apply(table2[win2.k]);
+            win2 = next_window(p2, i - 1, w2);
+        }
+    }
+
+    // Out of Montgomery form: times 1.
+    std::memset(wk.x, 0, bytes);
+    wk.x[0] = 1;
+    wk.mul(wk.acc, wk.acc, wk.x);
+    if (kry::expand_BIGINT(r, 2 * wk.limbs) == nullptr)
+        return 1;
+    std::memcpy(r->data, wk.acc, bytes);
+    r->length = 2 * wk.limbs;
+    kry::normalize_BIGINT(r);
+    return 0;
+}
+
+// The fast route of mod_exp2 when it applies: -1 when it does not, else 0
+// or 1.
+int mod_exp2_fast(BIGINT *r, const BIGINT *a1, const BIGINT *p1, const BIGINT *a2, const BIGINT *p2,
+                  const BIGINT *m, BIGINT_POOL *pool) {
+    if (used_words(p1) == 0 || used_words(p2) == 0 || used_words(m) == 0 || (m->data[0] & 1) == 0)
+        return -1;
+    kry::ScratchFrame scratch(pool);
+    if (!scratch.ok())
+        return 1;
+    BIGINT_POOL *sp = scratch.pool();
+    const int32_t n = used_words(m);
+    BIGINT *b1 = take(sp, n);
+    BIGINT *b2 = take(sp, n);
+    if (b1 == nullptr || b2 == nullptr)
+        return 1;
+    const BIGINT *in[2] = {a1, a2};
+    BIGINT *out[2] = {b1, b2};
+    for (int i = 0; i < 2; i++) {
+        if (cmp_values(in[i], m) >= 0) {
+            if (div_BIGINT(nullptr, out[i], in[i], m, sp) != 0)
+                return 1;
+        } else if (copy_BIGINT(out[i], in[i]) != 0) {
+            return 1;
+        }
+        kry::normalize_BIGINT(out[i]);
+        if (out[i]->length == 0)
+            return -1;
+    }
+    ModArith arith(m, sp, true);
+    if (arith.set_up() != 0)
+        return 1;
+    if (!limb_engine_fits(arith.context()))
+        return -1;
+    return limb_exp2(r, b1, p1, b2, p2, arith.context(), sp);
+}
+
 // r = a^p mod m by sliding windows over p from its top bit.
 int mod_exp(BIGINT *r, const BIGINT *a, const BIGINT *p, const BIGINT *m, BIGINT_POOL *pool, bool montgomery) {
     if (!readable(r) || !readable(a) || !readable(p) || !readable(m))
@@ -1018,3 +1192,28 @@ KRY_API int mod_exp_mont_BIGINT(BIGINT *r, const BIGINT *a, const BIGINT *p, con
 KRY_API int mod_exp_BIGINT(BIGINT *r, const BIGINT *a, const BIGINT *p, const BIGINT *m, BIGINT_POOL *pool) {
     return mod_exp(r, a, p, m, pool, false);
 }
+
+namespace kry {
+
+int mod_exp2_mont_BIGINT(BIGINT *r, const BIGINT *a1, const BIGINT *p1, const BIGINT *a2, const BIGINT *p2,
+                         const BIGINT *m, BIGINT_POOL *pool) {
+    if (!readable(r) || !readable(a1) || !readable(p1) || !readable(a2) || !readable(p2) || !readable(m))
+        return 1;
+    const int fast = mod_exp2_fast(r, a1, p1, a2, p2, m, pool);
+    if (fast >= 0)
+        return fast;
+    // Zero exponents, bases or moduli outside the limb engine: two
+    // exponentiations and a product.
+    ScratchFrame scratch(pool);
+    if (!scratch.ok())
+        return 1;
+    BIGINT_POOL *sp = scratch.pool();
+    BIGINT *t1 = get_BIGINT_POOL(sp);
+    BIGINT *t2 = get_BIGINT_POOL(sp);
+    if (t1 == nullptr || t2 == nullptr || mod_exp_mont_BIGINT(t1, a1, p1, m, sp) != 0 ||
+        mod_exp_mont_BIGINT(t2, a2, p2, m, sp) != 0)
+        return 1;
+    return mod_mtp_BIGINT(r, t1, t2, m, sp) != 0 ? 1 : 0;
+}
+
+}  // namespace kry

@@ -204,9 +204,8 @@ uint32_t verify_hashed(DSA *unit, const uint8_t *h, uint32_t h_length, const uin
         return kVerifyFailure;
     if (kry::inv_BIGINT(w, sb, unit->q, unit->pool) == nullptr ||
         mod_mtp_BIGINT(u1, t1, w, unit->q, unit->pool) != 0 || mod_mtp_BIGINT(u2, rb, w, unit->q, unit->pool) != 0 ||
-        mod_exp_mont_BIGINT(t1, unit->g, u1, unit->p, unit->pool) != 0 ||
-        mod_exp_mont_BIGINT(t2, unit->y, u2, unit->p, unit->pool) != 0 ||
-        mod_mtp_BIGINT(w, t1, t2, unit->p, unit->pool) != 0 || div_BIGINT(nullptr, u1, w, unit->q, unit->pool) != 0)
+        kry::mod_exp2_mont_BIGINT(w, unit->g, u1, unit->y, u2, unit->p, unit->pool) != 0 ||
+        div_BIGINT(nullptr, u1, w, unit->q, unit->pool) != 0)
         return kVerifyFailure;
 
     // v = u1: compare its minimal bytes with r as given.
