@@ -81,9 +81,10 @@ Trace run(uint32_t id, uint32_t direction, const Bytes &key, const Bytes &iv, co
             // The piece is copied to where its output goes (the unit may
             // emit held bytes first, so output starts at produced).
             Bytes buf(end - at + 64);
-            std::memcpy(buf.data(), in.data() + at, end - at);
+            if (end > at)
+                std::memcpy(buf.data(), in.data() + at, end - at);
             t.rc = update_BlockCipher(u, buf.data(), &n, buf.data(), static_cast<int32_t>(end - at));
-            if (t.rc == 0) std::memcpy(out.data() + produced, buf.data(), n);
+            if (t.rc == 0 && n != 0) std::memcpy(out.data() + produced, buf.data(), n);
         } else {
             t.rc = update_BlockCipher(u, out.data() + produced, &n, in.data() + at, static_cast<int32_t>(end - at));
         }
