@@ -1,311 +1,107 @@
 // kry - command-line front end to the kry library.
 //
-//   kry dgst -a ALG [FILE...]   hash files (or standard input) like sha256sum
-//   kry dgst -l                 list the digest algorithms
-//   kry version                 print the toolkit version
-//   kry help                    print usage
-//
-// Exit status: 0 on success, 1 when an algorithm or a file failed, 2 on a
-// usage error.  Only the public API is used.
+// Every command is in its own file (cmd_*.cpp); this file picks the
+// command, sets the library's mode and turns stray exceptions into a
+// failure line.  Exit status: 0 on success, 1 when an operation failed (or
+// a signature did not verify), 2 on a usage error.
 
-#include <kry.h>
+#include "cli.h"
 
-#include <cctype>
 #include <cerrno>
-#include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <exception>
-#include <string>
-#include <string_view>
-#include <vector>
 
+namespace kry_tool {
 namespace {
 
-constexpr int kExitOk = 0;
-constexpr int kExitFailure = 1;
-constexpr int kExitUsage = 2;
+struct Command {
+    const char *name;
+    int (*run)(int, char **);
+    const char *summary;
+};
 
-constexpr std::size_t kChunkSize = 64 * 1024;
-
-// Every digest the library registers, in listing order.
-constexpr uint32_t kAlgorithms[] = {
-    KRY_SHA1, KRY_SHA224, KRY_SHA256, KRY_SHA384,
-    KRY_SHA512, KRY_MD5, KRY_HAS160, KRY_MDC2,
+constexpr Command kCommands[] = {
+    {"dgst", cmd_dgst, "message digest of files (SHA-1/2, MD5, HAS-160, MDC-2)"},
+    {"hmac", cmd_hmac, "HMAC of files under a key"},
+    {"enc", cmd_enc, "encipher with a block cipher (AES, ARIA, SEED, DES, ...)"},
+    {"dec", cmd_dec, "decipher with a block cipher"},
+    {"rand", cmd_rand, "random bytes"},
+    {"genkey", cmd_genkey, "generate an RSA, DSA or KCDSA key pair into a key file"},
+    {"sign", cmd_sign, "sign a file with a key file"},
+    {"verify", cmd_verify, "verify a signature with a key file"},
+    {"encrypt", cmd_encrypt, "RSA-encrypt a short message (OAEP or PKCS #1 v1.5)"},
+    {"decrypt", cmd_decrypt, "RSA-decrypt a message"},
+    {"keyinfo", cmd_keyinfo, "show the type, sizes and public values of a key file"},
+    {"selftest", cmd_selftest, "run the library's power-up self-test"},
+    {"kat", cmd_kat, "run the known-answer tests of every algorithm"},
+    {"speed", cmd_speed, "measure throughput per algorithm"},
+    {"version", nullptr, "print the version"},
+    {"help", nullptr, "print this text"},
 };
 
 void print_usage(std::FILE *out) {
+    std::fputs("usage: kry [--proven] COMMAND [OPTIONS] [ARGS]\n\ncommands:\n", out);
+    for (const Command &c : kCommands) std::fprintf(out, "  %-9s %s\n", c.name, c.summary);
     std::fputs(
-        "usage: kry COMMAND [ARGS]\n"
         "\n"
-        "commands:\n"
-        "  dgst -a ALG [FILE...]  print the ALG digest of each FILE (standard input\n"
-        "                         when no FILE is given or FILE is '-'), one\n"
-        "                         'HEX  NAME' line per file\n"
-        "  dgst -l                list the digest algorithms and their lengths\n"
-        "  version                print the toolkit version\n"
-        "  help                   print this text\n"
-        "\n"
-        "ALG is matched without regard to case; a hyphen between letters and\n"
-        "digits is accepted (sha256, SHA-256, has-160, MDC-2).\n",
+        "--proven keeps the library in its proven (approved-only) mode; without it\n"
+        "the tool leaves proven mode at start so that every algorithm is available.\n"
+        "'kry COMMAND --help' describes each command.\n",
         out);
 }
 
-int usage_error(const char *message) {
-    std::fprintf(stderr, "kry: %s\nTry 'kry help' for more information.\n", message);
+int run(int argc, char **argv) {
+    // Global options may stand anywhere before a "--".
+    std::vector<char *> rest;
+    bool options_done = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view arg = argv[i];
+        if (!options_done && arg == "--") options_done = true;
+        if (!options_done && arg == "--proven") {
+            g.proven = true;
+            continue;
+        }
+        rest.push_back(argv[i]);
+    }
+    rest.push_back(nullptr);
+    const int n = static_cast<int>(rest.size()) - 1;
+
+    if (!g.proven) {
+        // Leave proven mode in the toolkit and in the context layer so that
+        // every algorithm can be used.
+        ChangeNonProvenMode();
+        KRY_ChangeNonProvenMode();
+    }
+
+    if (n == 0) {
+        print_usage(stdout);
+        return kExitOk;
+    }
+    const std::string_view name = rest[0];
+    if (name == "help" || name == "-h" || name == "--help") {
+        print_usage(stdout);
+        return kExitOk;
+    }
+    if (name == "version" || name == "--version") {
+        if (n > 1) return usage_error("version", "takes no arguments");
+        const char *version = get_CryptoVersion();
+        std::printf("kry %s\n", version != nullptr ? version : "(unknown)");
+        std::printf("mode: %s\n", IsProven() != 0 ? "proven" : "non-proven");
+        return kExitOk;
+    }
+    for (const Command &c : kCommands) {
+        if (c.run != nullptr && name == c.name) return c.run(n - 1, rest.data() + 1);
+    }
+    std::fprintf(stderr, "kry: unknown command '%.*s'\nTry 'kry help' for the list of commands.\n",
+                 static_cast<int>(name.size()), name.data());
     return kExitUsage;
 }
 
-// Drops a hyphen that stands between a letter and a digit ("SHA-256" ->
-// "SHA256"); other hyphens stay and make the lookup fail.
-std::string normalise_name(std::string_view name) {
-    std::string out;
-    out.reserve(name.size());
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        const char c = name[i];
-        if (c == '-' && i > 0 && i + 1 < name.size() &&
-            std::isalpha(static_cast<unsigned char>(name[i - 1])) &&
-            std::isdigit(static_cast<unsigned char>(name[i + 1]))) {
-            continue;
-        }
-        out.push_back(c);
-    }
-    return out;
-}
-
-// Returns the identifier for a user-supplied name, or 0 when there is none.
-uint32_t lookup_algorithm(std::string_view name) {
-    const std::string key = normalise_name(name);
-    if (key.empty() || key.find('\0') != std::string::npos) return 0;
-    const uint32_t id = get_DigestAlg_ID_by_Name(key.c_str());
-    if (id == 0xFFFFFFFFu || id == 0xFFFFFFFEu) return 0;
-    return id;
-}
-
-std::string to_hex(const uint8_t *bytes, std::size_t length) {
-    static const char digits[] = "0123456789abcdef";
-    std::string out;
-    out.reserve(2 * length);
-    for (std::size_t i = 0; i < length; ++i) {
-        out.push_back(digits[bytes[i] >> 4]);
-        out.push_back(digits[bytes[i] & 0x0F]);
-    }
-    return out;
-}
-
-// Prints "HEX  NAME" the way sha256sum does: a name holding a backslash or
-// a newline is escaped and the line is marked with a leading backslash.
-void print_digest_line(const std::string &hex, const std::string &name) {
-    const bool escape = name.find_first_of("\\\n") != std::string::npos;
-    std::string line;
-    line.reserve(hex.size() + name.size() + 4);
-    if (escape) line.push_back('\\');
-    line += hex;
-    line += "  ";
-    for (char c : name) {
-        if (escape && c == '\\') {
-            line += "\\\\";
-        } else if (escape && c == '\n') {
-            line += "\\n";
-        } else {
-            line.push_back(c);
-        }
-    }
-    line.push_back('\n');
-    std::fwrite(line.data(), 1, line.size(), stdout);
-}
-
-// Owns the DIGEST_UNIT shared by every file of one invocation.
-class DigestUnit {
-public:
-    DigestUnit() : unit_(new_DIGEST_UNIT()) {}
-    ~DigestUnit() { free_DIGEST_UNIT(unit_); }
-    DigestUnit(const DigestUnit &) = delete;
-    DigestUnit &operator=(const DigestUnit &) = delete;
-
-    DIGEST_UNIT *get() const { return unit_; }
-
-private:
-    DIGEST_UNIT *unit_;
-};
-
-// Hashes one open stream through the unit.  Returns false with errno-style
-// text in `error` on a read or library failure.
-bool hash_stream(DIGEST_UNIT *unit, uint32_t algorithm, std::FILE *in,
-                 std::vector<uint8_t> &buffer, std::string &hex, std::string &error) {
-    // Binding afresh for every file also discards whatever a failed earlier
-    // file left in the state.
-    uint32_t rc = init_Digest(unit, algorithm);
-    if (rc != 0) {
-        char text[64];
-        std::snprintf(text, sizeof text, "cannot initialise digest (error 0x%08X)", rc);
-        error = text;
-        return false;
-    }
-    for (;;) {
-        const std::size_t got = std::fread(buffer.data(), 1, buffer.size(), in);
-        if (got > 0) {
-            rc = update_Digest(unit, buffer.data(), static_cast<uint32_t>(got));
-            if (rc != 0) {
-                char text[64];
-                std::snprintf(text, sizeof text, "digest update failed (error 0x%08X)", rc);
-                error = text;
-                return false;
-            }
-        }
-        if (got < buffer.size()) {
-            if (std::ferror(in)) {
-                error = std::strerror(errno);
-                return false;
-            }
-            break;  // end of file
-        }
-    }
-    uint8_t out[KRY_MAX_DIGEST_LENGTH] = {};
-    uint32_t length = 0;
-    rc = final_Digest(unit, out, &length);
-    if (rc != 0 || length == 0 || length > sizeof out) {
-        char text[64];
-        std::snprintf(text, sizeof text, "digest final failed (error 0x%08X)", rc);
-        error = text;
-        return false;
-    }
-    hex = to_hex(out, length);
-    return true;
-}
-
-int list_algorithms() {
-    for (uint32_t id : kAlgorithms) {
-        const char *name = get_DigestAlg_Name(id);
-        if (name == nullptr) continue;
-        std::printf("%-8s %2u bytes\n", name, get_DigestLength(id));
-    }
-    return kExitOk;
-}
-
-int hash_files(uint32_t algorithm, const std::vector<std::string> &files) {
-    DigestUnit unit;
-    if (unit.get() == nullptr) {
-        std::fprintf(stderr, "kry: out of memory\n");
-        return kExitFailure;
-    }
-    std::vector<uint8_t> buffer(kChunkSize);
-    int status = kExitOk;
-    std::string hex;
-    std::string error;
-    for (const std::string &name : files) {
-        const bool is_stdin = (name == "-");
-        std::FILE *in = nullptr;
-        if (is_stdin) {
-            in = stdin;
-        } else {
-            errno = 0;
-            in = std::fopen(name.c_str(), "rb");
-            if (in == nullptr) {
-                std::fprintf(stderr, "kry: %s: %s\n", name.c_str(),
-                             std::strerror(errno != 0 ? errno : ENOENT));
-                status = kExitFailure;
-                continue;
-            }
-        }
-        errno = 0;
-        const bool ok = hash_stream(unit.get(), algorithm, in, buffer, hex, error);
-        if (is_stdin) {
-            std::clearerr(stdin);
-        } else {
-            std::fclose(in);
-        }
-        if (!ok) {
-            std::fprintf(stderr, "kry: %s: %s\n", name.c_str(), error.c_str());
-            status = kExitFailure;
-            continue;
-        }
-        print_digest_line(hex, name);
-    }
-    return status;
-}
-
-int command_dgst(int argc, char **argv) {
-    std::string algorithm_name;
-    bool have_algorithm = false;
-    bool list = false;
-    std::vector<std::string> files;
-    bool options_done = false;
-
-    for (int i = 0; i < argc; ++i) {
-        const std::string_view arg = argv[i];
-        if (options_done || arg == "-" || arg.empty() || arg[0] != '-') {
-            files.emplace_back(arg);
-        } else if (arg == "--") {
-            options_done = true;
-        } else if (arg == "-l" || arg == "--list") {
-            list = true;
-        } else if (arg == "-h" || arg == "--help") {
-            print_usage(stdout);
-            return kExitOk;
-        } else if (arg == "-a" || arg == "--algorithm") {
-            if (i + 1 >= argc) return usage_error("option -a needs an algorithm name");
-            algorithm_name = argv[++i];
-            have_algorithm = true;
-        } else if (arg.starts_with("--algorithm=")) {
-            algorithm_name = std::string(arg.substr(std::strlen("--algorithm=")));
-            have_algorithm = true;
-        } else if (arg.starts_with("-a")) {
-            algorithm_name = std::string(arg.substr(2));
-            have_algorithm = true;
-        } else {
-            const std::string message = "unknown option '" + std::string(arg) + "'";
-            return usage_error(message.c_str());
-        }
-    }
-
-    if (list) {
-        if (have_algorithm || !files.empty()) {
-            return usage_error("-l takes no algorithm and no files");
-        }
-        return list_algorithms();
-    }
-    if (!have_algorithm) return usage_error("dgst needs -a ALG or -l");
-
-    const uint32_t algorithm = lookup_algorithm(algorithm_name);
-    if (algorithm == 0) {
-        std::fprintf(stderr, "kry: unknown digest algorithm '%s' (see 'kry dgst -l')\n",
-                     algorithm_name.c_str());
-        return kExitFailure;
-    }
-    if (files.empty()) files.emplace_back("-");
-    return hash_files(algorithm, files);
-}
-
-int run(int argc, char **argv) {
-    // Leave proven mode so that every registered digest can be used.
-    ChangeNonProvenMode();
-
-    if (argc < 2) {
-        print_usage(stdout);
-        return kExitOk;
-    }
-    const std::string_view command = argv[1];
-    if (command == "help" || command == "-h" || command == "--help") {
-        print_usage(stdout);
-        return kExitOk;
-    }
-    if (command == "version" || command == "--version") {
-        if (argc > 2) return usage_error("version takes no arguments");
-        const char *version = get_CryptoVersion();
-        std::printf("kry %s\n", version != nullptr ? version : "(unknown)");
-        return kExitOk;
-    }
-    if (command == "dgst") {
-        return command_dgst(argc - 2, argv + 2);
-    }
-    const std::string message = "unknown command '" + std::string(command) + "'";
-    return usage_error(message.c_str());
-}
-
 }  // namespace
+}  // namespace kry_tool
 
 int main(int argc, char **argv) {
+    using namespace kry_tool;
     int status = kExitFailure;
     try {
         status = run(argc, argv);

@@ -2,7 +2,7 @@
 # Checks the kry command-line tool against coreutils (sha*sum, md5sum) and
 # rhash (HAS-160), plus its argument handling and exit statuses.
 #
-#   usage: test_tool.sh PATH/TO/kry
+#   usage: dgst.sh PATH/TO/kry
 #
 # Exits non-zero when any check fails.
 
@@ -18,12 +18,12 @@ case $KRY in
     *) KRY=$PWD/$KRY ;;  # the checks run from a temporary directory
 esac
 if [ ! -x "$KRY" ]; then
-    echo "test_tool.sh: '$KRY' is not an executable" >&2
+    echo "dgst.sh: '$KRY' is not an executable" >&2
     exit 2
 fi
 for prog in sha1sum sha224sum sha256sum sha384sum sha512sum md5sum rhash head cmp; do
     if ! command -v "$prog" >/dev/null 2>&1; then
-        echo "test_tool.sh: required program '$prog' not found" >&2
+        echo "dgst.sh: required program '$prog' not found" >&2
         exit 2
     fi
 done
@@ -211,7 +211,7 @@ for entry in "SHA1 20" "SHA224 28" "SHA256 32" "SHA384 48" "SHA512 64" \
 done
 
 # ---------------------------------------------------------------------------
-echo "test_tool.sh: $checks checks, $failures failed"
+echo "dgst.sh: $checks checks, $failures failed"
 if [ "$failures" -ne 0 ]; then
     exit 1
 fi
