@@ -1,6 +1,11 @@
-/*
- * kry - cryptographic library.  Umbrella header: include this one and link
- * with -lkry.
+/**
+ * @file kry.h
+ * @brief kry, a cryptographic library: the umbrella header.
+ *
+ * Include this one header and link with -lkry (pkg-config kry, or the CMake
+ * target kry::kry).  It pulls in every public header: the toolkit (digests,
+ * block ciphers, RC4, HMAC, CBC-MAC, big integers, random numbers, DSA, RSA,
+ * KCDSA, key records, foundation helpers) and the context API (kry/api.h).
  */
 #ifndef KRY_H
 #define KRY_H
