@@ -211,6 +211,138 @@ for entry in "SHA1 20" "SHA224 28" "SHA256 32" "SHA384 48" "SHA512 64" \
 done
 
 # ---------------------------------------------------------------------------
+# --check: re-hash the files of a digest list.
+mkdir check && cd check || exit 2
+printf 'one' > one.txt
+printf 'two' > two.txt
+head -c 100000 /dev/urandom > three.bin
+printf 'slash' > 'back\slash.txt'
+printf 'newline' > 'new
+line.txt'
+printf 'star' > star.txt
+"$KRY" dgst -a sha256 one.txt two.txt three.bin 'back\slash.txt' 'new
+line.txt' > list.txt
+expect_status "writing a digest list" 0 $?
+# The escaped lines are what sha256sum writes.
+expect_eq "digest list equals sha256sum's" "$(sha256sum one.txt two.txt three.bin 'back\slash.txt' 'new
+line.txt')" "$(cat list.txt)"
+
+out=$("$KRY" dgst -a sha256 --check list.txt 2> err.txt)
+expect_status "check all OK" 0 $?
+expected='one.txt: OK
+two.txt: OK
+three.bin: OK
+back\slash.txt: OK
+\new\nline.txt: OK'
+expect_eq "check all OK output" "$expected" "$out"
+if [ -s err.txt ]; then fail "check all OK wrote to stderr: $(cat err.txt)"; else pass; fi
+# Same results as sha256sum -c on the same list.
+expect_eq "check output equals sha256sum -c" "$(sha256sum -c list.txt 2>/dev/null)" "$out"
+
+# -c alias, list on standard input, upper-case hex, binary marker, CRLF.
+out=$("$KRY" dgst -a SHA-256 -c - < list.txt)
+expect_status "check from stdin" 0 $?
+expect_eq "check from stdin output" "$expected" "$out"
+{
+    printf '%s  one.txt\n' "$(sha256sum < one.txt | cut -d' ' -f1 | tr 'a-f' 'A-F')"
+    printf '%s *star.txt\n' "$(sha256sum < star.txt | cut -d' ' -f1)"
+    printf '%s  two.txt\r\n' "$(sha256sum < two.txt | cut -d' ' -f1)"
+} > variants.txt
+out=$("$KRY" dgst -a sha256 --check=variants.txt)
+expect_status "check upper case, '*' and CRLF" 0 $?
+expect_eq "check variants output" "one.txt: OK
+star.txt: OK
+two.txt: OK" "$out"
+
+# Other algorithms (MD5 with md5sum's list, HAS-160 from rhash).
+md5sum one.txt three.bin > md5.txt
+out=$("$KRY" dgst -a md5 -c md5.txt)
+expect_status "check md5 list" 0 $?
+expect_eq "check md5 output" "one.txt: OK
+three.bin: OK" "$out"
+printf '%s  two.txt\n' "$(rhash --printf='%{has160}' two.txt)" > has.txt
+out=$("$KRY" dgst -a has160 -c has.txt)
+expect_status "check has160 list from rhash" 0 $?
+expect_eq "check has160 output" "two.txt: OK" "$out"
+# The same list checked with SHA-1 (same length) fails.
+"$KRY" dgst -a sha1 -c has.txt > out.txt 2> err.txt
+expect_status "has160 list checked as sha1" 1 $?
+expect_eq "has160 list checked as sha1 output" "two.txt: FAILED" "$(cat out.txt)"
+
+# One corrupted file: FAILED, the rest OK, status 1, one warning line.
+printf 'TWO' > two.txt
+"$KRY" dgst -a sha256 --check list.txt > out.txt 2> err.txt
+expect_status "check with a corrupted file" 1 $?
+expect_eq "corrupted file output" 'one.txt: OK
+two.txt: FAILED
+three.bin: OK
+back\slash.txt: OK
+\new\nline.txt: OK' "$(cat out.txt)"
+if grep -q '^kry: dgst: WARNING: 1 computed digest did NOT match$' err.txt; then
+    pass
+else
+    fail "corrupted file warning: $(cat err.txt)"
+fi
+printf 'two' > two.txt
+
+# A missing file: "FAILED open or read", its error on stderr, status 1.
+rm three.bin
+"$KRY" dgst -a sha256 --check list.txt > out.txt 2> err.txt
+expect_status "check with a missing file" 1 $?
+if grep -qx 'three.bin: FAILED open or read' out.txt; then pass; else fail "missing file line: $(cat out.txt)"; fi
+if grep -q '^kry: three.bin: No such file or directory$' err.txt; then pass; else fail "missing file error: $(cat err.txt)"; fi
+if grep -q 'WARNING: 1 listed file could not be read' err.txt; then pass; else fail "missing file warning: $(cat err.txt)"; fi
+expect_eq "other files still OK" 4 "$(grep -c ': OK$' out.txt)"
+
+# Malformed lines are reported with their numbers; the good ones checked.
+{
+    sha256sum one.txt
+    echo 'this is not a digest line'
+    printf '%s  two.txt\n' "$(sha256sum < two.txt | cut -d' ' -f1 | cut -c1-63)"
+    echo
+    printf '%s two.txt\n' "$(sha256sum < two.txt | cut -d' ' -f1)"
+    printf '\\%s  bad\\qescape\n' "$(sha256sum < two.txt | cut -d' ' -f1)"
+    sha256sum two.txt
+} > malformed.txt
+"$KRY" dgst -a sha256 --check malformed.txt > out.txt 2> err.txt
+expect_status "check with malformed lines" 1 $?
+expect_eq "malformed: good lines checked" "one.txt: OK
+two.txt: OK" "$(cat out.txt)"
+for n in 2 3 4 5 6; do
+    if grep -qx "kry: malformed.txt: line $n: improperly formatted digest line" err.txt; then
+        pass
+    else
+        fail "malformed line $n not reported: $(cat err.txt)"
+    fi
+done
+if grep -q 'WARNING: 5 lines are improperly formatted' err.txt; then pass; else fail "malformed warning: $(cat err.txt)"; fi
+
+# A list with no valid line at all is an error.
+echo 'nothing to see here' > nothing.txt
+"$KRY" dgst -a sha256 --check nothing.txt > out.txt 2> err.txt
+expect_status "list without a valid line" 1 $?
+if grep -q 'no properly formatted SHA256 digest lines found' err.txt; then pass; else fail "empty list message: $(cat err.txt)"; fi
+: > empty_list.txt
+"$KRY" dgst -a sha256 --check empty_list.txt > out.txt 2> err.txt
+expect_status "empty list" 1 $?
+# An MD5 list checked with -a sha256: every line has the wrong length.
+"$KRY" dgst -a sha256 --check md5.txt > out.txt 2> err.txt
+expect_status "md5 list checked as sha256" 1 $?
+"$KRY" dgst -a sha256 --check no-such-list.txt > out.txt 2> err.txt
+expect_status "missing list" 1 $?
+if grep -q 'no-such-list.txt' err.txt; then pass; else fail "missing list message: $(cat err.txt)"; fi
+
+# Usage errors.
+"$KRY" dgst --check list.txt > /dev/null 2> err.txt
+expect_status "--check without -a" 2 $?
+if grep -q -- '--check needs -a ALG' err.txt; then pass; else fail "--check without -a message: $(cat err.txt)"; fi
+"$KRY" dgst -a sha256 --check list.txt one.txt > /dev/null 2>&1
+expect_status "--check with a FILE" 2 $?
+"$KRY" dgst -a sha256 --check > /dev/null 2>&1
+expect_status "--check without LISTFILE" 2 $?
+cd .. || exit 2
+
+# ---------------------------------------------------------------------------
 echo "dgst.sh: $checks checks, $failures failed"
 if [ "$failures" -ne 0 ]; then
     exit 1
