@@ -6,6 +6,7 @@
 // a signature did not verify), 2 on a usage error.
 
 #include "cli.h"
+#include "keyfile.h"
 
 #include <cerrno>
 #include <cstring>
@@ -32,6 +33,7 @@ constexpr Command kCommands[] = {
     {"encrypt", cmd_encrypt, "RSA-encrypt a short message (OAEP or PKCS #1 v1.5)"},
     {"decrypt", cmd_decrypt, "RSA-decrypt a message"},
     {"keyinfo", cmd_keyinfo, "show the type, sizes and public values of a key file"},
+    {"passwd", cmd_passwd, "re-encipher a key file under a new password"},
     {"selftest", cmd_selftest, "run the library's power-up self-test"},
     {"kat", cmd_kat, "run the known-answer tests of every algorithm"},
     {"speed", cmd_speed, "measure throughput per algorithm"},
