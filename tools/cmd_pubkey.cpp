@@ -16,9 +16,9 @@ constexpr uint32_t kSignatureBuffer = 2048;    // an 8192-bit RSA signature is 1
 constexpr std::size_t kRsaInputLimit = 4096;
 
 const char *const kPassHelp =
-    "  --pass SOURCE        where the key file's password comes from: prompt (the default\n"
-    "                     on a terminal), env:VAR or file:PATH (its first line); a password\n"
-    "                     written on the command line is refused\n";
+    "  --pass SOURCE      where the key file's password comes from: prompt (the\n"
+    "                     default on a terminal), env:VAR or file:PATH (its first\n"
+    "                     line); a password written on the command line is refused\n";
 
 bool wants_help(int argc, char **argv) {
     for (int i = 0; i < argc; ++i) {
@@ -562,7 +562,7 @@ int cmd_passwd(int argc, char **argv) {
                    "  -k, --key KEYFILE  the key file\n",
                    stdout);
         std::fputs(kPassHelp, stdout);
-        std::fputs("  --new-pass SOURCE    the new password, from the same sources (asked twice at\n"
+        std::fputs("  --new-pass SOURCE  the new password, from the same sources (asked twice at\n"
                    "                     the prompt)\n"
                    "  --no-pass          write the key without password protection\n"
                    "  -o, --out OUT      the key file to write\n"
