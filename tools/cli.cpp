@@ -221,6 +221,15 @@ std::string api_error(uint32_t rc) {
     return buf;
 }
 
+std::string fold_name(std::string_view name) {
+    std::string out;
+    for (char c : name) {
+        if (c == '-' || c == '_' || c == ' ') continue;
+        out += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    }
+    return out;
+}
+
 bool parse_uint(std::string_view text, uint64_t lo, uint64_t hi, uint64_t &out) {
     if (text.empty() || text.size() > 19) return false;
     uint64_t v = 0;

@@ -112,6 +112,10 @@ std::string toolkit_error(uint32_t word);
 // The meaning of a KRY_ return number: "no key pair under that alias (18)".
 std::string api_error(uint32_t rc);
 
+// A name folded for lookups: lower case, without '-', '_' and spaces, so
+// that "SHA-256", "sha_256" and "sha256" compare equal.
+std::string fold_name(std::string_view name);
+
 // Parses an integer option value ("2048"); false when it is not a number in
 // [lo, hi].
 bool parse_uint(std::string_view text, uint64_t lo, uint64_t hi, uint64_t &out);

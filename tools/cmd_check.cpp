@@ -14,15 +14,6 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 constexpr uint32_t kRefused = 0xFFFFFFFFu;
 
-// Lower case without '-', '_' and spaces: "SHA-256" and "sha256" compare equal.
-std::string normalise(std::string_view name) {
-    std::string out;
-    for (char c : name) {
-        if (c == '-' || c == '_' || c == ' ') continue;
-        out += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-    }
-    return out;
-}
 
 std::string lower(std::string_view text) {
     std::string out(text);
@@ -480,10 +471,10 @@ int cmd_kat(int argc, char **argv) {
     const std::vector<KatRow> rows = kat_rows();
     std::vector<bool> chosen(rows.size(), args.positional().empty());
     for (const std::string &name : args.positional()) {
-        const std::string want = normalise(name);
+        const std::string want = fold_name(name);
         bool exact = false;
         for (std::size_t i = 0; i < rows.size(); ++i)
-            if (normalise(rows[i].name) == want) chosen[i] = exact = true;
+            if (fold_name(rows[i].name) == want) chosen[i] = exact = true;
         bool any = exact;
         // Otherwise a family: the rows whose name begins with NAME and a
         // hyphen ("aes" selects AES-128, AES-128-CBC, ...; "sha3" nothing).

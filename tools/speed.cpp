@@ -18,14 +18,6 @@ using Clock = std::chrono::steady_clock;
 constexpr uint32_t kBuffer = 16384;
 constexpr uint32_t kRefused = 0xFFFFFFFFu;
 
-std::string normalise(std::string_view name) {
-    std::string out;
-    for (char c : name) {
-        if (c == '-' || c == '_' || c == ' ') continue;
-        out += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-    }
-    return out;
-}
 
 // Runs `step` (one operation, returning its error word) for about `seconds`;
 // at least once.  Returns operations per second, or -1 with `rc` set when a
@@ -342,7 +334,7 @@ int cmd_speed(int argc, char **argv) {
     for (const std::string &name : args.positional()) {
         const SpeedAlg *found = nullptr;
         for (const SpeedAlg &a : kAlgs)
-            if (normalise(a.name) == normalise(name)) found = &a;
+            if (fold_name(a.name) == fold_name(name)) found = &a;
         if (found == nullptr) return usage_error("speed", "unknown algorithm '" + name + "'; known: " + alg_names());
         chosen.push_back(found);
     }
