@@ -10,68 +10,9 @@
 
 set -u
 
-if [ $# -ne 1 ]; then
-    echo "usage: $0 PATH/TO/kry" >&2
-    exit 2
-fi
-KRY=$1
-case $KRY in
-    /*) ;;
-    *) KRY=$PWD/$KRY ;;  # the checks run from a temporary directory
-esac
-if [ ! -x "$KRY" ]; then
-    echo "check.sh: '$KRY' is not an executable" >&2
-    exit 2
-fi
-for prog in grep awk wc; do
-    if ! command -v "$prog" >/dev/null 2>&1; then
-        echo "check.sh: required program '$prog' not found" >&2
-        exit 2
-    fi
-done
-
-TMP=$(mktemp -d "${TMPDIR:-/tmp}/kry_tool_test.XXXXXX") || exit 2
-trap 'rm -rf "$TMP"' EXIT
-cd "$TMP" || exit 2
-
-failures=0
-checks=0
-
-pass() { checks=$((checks + 1)); }
-fail() {
-    checks=$((checks + 1))
-    failures=$((failures + 1))
-    echo "FAIL: $*" >&2
-}
-
-# expect_eq DESCRIPTION EXPECTED ACTUAL
-expect_eq() {
-    if [ "$2" = "$3" ]; then
-        pass
-    else
-        fail "$1"
-        printf '  expected: %s\n  actual:   %s\n' "$2" "$3" >&2
-    fi
-}
-
-# expect_status DESCRIPTION EXPECTED ACTUAL
-expect_status() {
-    if [ "$2" -eq "$3" ]; then
-        pass
-    else
-        fail "$1: exit status $3, expected $2"
-    fi
-}
-
-# expect_grep DESCRIPTION EXTENDED-REGEX FILE
-expect_grep() {
-    if grep -Eq -- "$2" "$3"; then
-        pass
-    else
-        fail "$1: no line matching '$2' in $3"
-        sed 's/^/  | /' "$3" >&2
-    fi
-}
+# shellcheck source-path=SCRIPTDIR source=lib/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
+kry_test_init grep awk wc -- "$@"
 
 # The RESULT column of the row ALGORITHM in a kat table: the table has
 # fixed columns (12 and 32 characters, one space between), RESULT from 47.
@@ -83,16 +24,16 @@ row_result() {
 # selftest: outside proven mode the run ends at the HMAC check with 46.
 "$KRY" selftest > st.txt 2> st.err
 expect_status "selftest" 0 $?
-expect_grep "selftest reports 46" '^result: .*\(46\)$' st.txt
-expect_grep "selftest explains 46" 'ends at its HMAC check by design \(46\)' st.txt
-expect_grep "selftest names its mode" '^self-test in non-proven mode$' st.txt
+expect_egrep "selftest reports 46" '^result: .*\(46\)$' st.txt
+expect_egrep "selftest explains 46" 'ends at its HMAC check by design \(46\)' st.txt
+expect_egrep "selftest names its mode" '^self-test in non-proven mode$' st.txt
 if grep -q 'CHECK' st.txt; then fail "selftest without -v prints progress lines"; else pass; fi
 
 # -v shows the self-test's own lines, the last of them "HMAC CHECK 0".
 "$KRY" selftest -v > stv.txt 2> stv.err
 expect_status "selftest -v" 0 $?
 for step in FLAGS CONTEXT VERSION PRNG; do
-    expect_grep "selftest -v: $step passed" "^$step CHECK 1\$" stv.txt
+    expect_egrep "selftest -v: $step passed" "^$step CHECK 1\$" stv.txt
 done
 expect_eq "selftest -v: last progress line" "HMAC CHECK 0" "$(grep 'CHECK' stv.txt | tail -n 1)"
 if grep -q '^HMAC CHECK 1$' stv.txt; then fail "selftest -v: HMAC step reported as passed"; else pass; fi
@@ -100,8 +41,8 @@ if grep -q '^HMAC CHECK 1$' stv.txt; then fail "selftest -v: HMAC step reported 
 # In proven mode the HMAC step's MD5 HMAC is refused: 50.
 "$KRY" --proven selftest -v > stp.txt 2> stp.err
 expect_status "--proven selftest" 0 $?
-expect_grep "--proven selftest reports 50" '^result: .*\(50\)$' stp.txt
-expect_grep "--proven selftest names its mode" '^self-test in proven mode$' stp.txt
+expect_egrep "--proven selftest reports 50" '^result: .*\(50\)$' stp.txt
+expect_egrep "--proven selftest names its mode" '^self-test in proven mode$' stp.txt
 expect_eq "--proven selftest -v: last progress line" "HMAC CHECK 0" "$(grep 'CHECK' stp.txt | tail -n 1)"
 
 # A second run gives the same outcome.
@@ -114,7 +55,7 @@ expect_status "selftest with an argument" 2 $?
 expect_status "selftest with an unknown option" 2 $?
 "$KRY" selftest --help > help.txt 2>&1
 expect_status "selftest --help" 0 $?
-expect_grep "selftest --help" '^usage: kry \[--proven\] selftest' help.txt
+expect_egrep "selftest --help" '^usage: kry \[--proven\] selftest' help.txt
 
 # ---------------------------------------------------------------------------
 # kat: every algorithm has a row, every row passes.
@@ -156,15 +97,15 @@ expect_eq "kat aes rows" "AES-128 AES-192 AES-256 AES-128-CBC AES-128-CFB AES-12
 # -v lists the checks of a row.
 "$KRY" kat -v dsa > v.txt 2> v.err
 expect_status "kat -v dsa" 0 $?
-expect_grep "kat -v dsa: signature check" '^ +ok +published signature satisfies v = r$' v.txt
-expect_grep "kat -v dsa: wrong signature check" '^ +ok +signature with one bit changed gives v != r$' v.txt
+expect_egrep "kat -v dsa: signature check" '^ +ok +published signature satisfies v = r$' v.txt
+expect_egrep "kat -v dsa: wrong signature check" '^ +ok +signature with one bit changed gives v != r$' v.txt
 
 # Unknown names are refused with the list of names, nothing on stdout.
 for bad in sha3 aes-512 ''; do
     "$KRY" kat "$bad" > bad.txt 2> bad.err
     expect_status "kat '$bad'" 2 $?
     if [ -s bad.txt ]; then fail "kat '$bad' wrote to stdout"; else pass; fi
-    expect_grep "kat '$bad' message" "^kry kat: unknown algorithm '$bad'; known: SHA-1 " bad.err
+    expect_egrep "kat '$bad' message" "^kry kat: unknown algorithm '$bad'; known: SHA-1 " bad.err
 done
 "$KRY" kat sha1 nosuch > bad.txt 2> bad.err
 expect_status "kat with one unknown name among known ones" 2 $?
@@ -172,7 +113,7 @@ expect_status "kat with one unknown name among known ones" 2 $?
 expect_status "kat with an unknown option" 2 $?
 "$KRY" kat -h > help.txt 2>&1
 expect_status "kat -h" 0 $?
-expect_grep "kat -h" '^usage: kry \[--proven\] kat' help.txt
+expect_egrep "kat -h" '^usage: kry \[--proven\] kat' help.txt
 
 # Proven mode: approved algorithms pass, the others are refused, exit 0.
 "$KRY" --proven kat > kp.txt 2> kp.err
@@ -194,15 +135,15 @@ expect_eq "--proven kat summary" \
 "$KRY" speed sha256 aes-128-cbc --seconds 0.05 > sp.txt 2> sp.err
 expect_status "speed sha256 aes-128-cbc" 0 $?
 expect_eq "speed line count" "2" "$(wc -l < sp.txt | tr -d ' ')"
-expect_grep "speed sha256 line" '^sha256 +[0-9]+\.[0-9]+ MB/s$' sp.txt
-expect_grep "speed aes-128-cbc line" '^aes-128-cbc +[0-9]+\.[0-9]+ MB/s$' sp.txt
+expect_egrep "speed sha256 line" '^sha256 +[0-9]+\.[0-9]+ MB/s$' sp.txt
+expect_egrep "speed aes-128-cbc line" '^aes-128-cbc +[0-9]+\.[0-9]+ MB/s$' sp.txt
 expect_eq "speed numbers positive" "2" "$(awk '$2 + 0 > 0' sp.txt | wc -l | tr -d ' ')"
 
 # Public-key lines: signatures and verifications per second.
 "$KRY" speed RSA-2048 dsa-1024 kcdsa --seconds=0.05 > pk.txt 2> pk.err
 expect_status "speed rsa-2048 dsa-1024 kcdsa" 0 $?
 for alg in rsa-2048 dsa-1024 kcdsa; do
-    expect_grep "speed $alg line" "^$alg +[0-9]+\.[0-9] sign/s +[0-9]+\.[0-9] verify/s\$" pk.txt
+    expect_egrep "speed $alg line" "^$alg +[0-9]+\.[0-9] sign/s +[0-9]+\.[0-9] verify/s\$" pk.txt
 done
 expect_eq "speed sign and verify rates positive" "3" "$(awk '$2 + 0 > 0 && $4 + 0 > 0' pk.txt | wc -l | tr -d ' ')"
 
@@ -214,34 +155,30 @@ expect_eq "speed rc4/hmac/ctr lines" "3" "$(grep -Ec ' [0-9]+\.[0-9]+ MB/s$' mis
 # Proven mode: a refused algorithm says so; an approved one measures.
 "$KRY" --proven speed aes-128-cbc aria-128-cbc --seconds 0.02 > spp.txt 2> spp.err
 expect_status "--proven speed" 0 $?
-expect_grep "--proven speed aes-128-cbc refused" '^aes-128-cbc +refused \(proven mode\)$' spp.txt
-expect_grep "--proven speed aria-128-cbc measured" '^aria-128-cbc +[0-9]+\.[0-9]+ MB/s$' spp.txt
+expect_egrep "--proven speed aes-128-cbc refused" '^aes-128-cbc +refused \(proven mode\)$' spp.txt
+expect_egrep "--proven speed aria-128-cbc measured" '^aria-128-cbc +[0-9]+\.[0-9]+ MB/s$' spp.txt
 
 # KCDSA signing draws k from the HAS-160 generator, which proven mode
 # refuses; its verification is still measured.
 "$KRY" --proven speed kcdsa --seconds 0.02 > spk.txt 2> spk.err
 expect_status "--proven speed kcdsa" 0 $?
-expect_grep "--proven speed kcdsa line" '^kcdsa +- sign/s +[0-9]+\.[0-9] verify/s \(signing refused in proven mode' spk.txt
+expect_egrep "--proven speed kcdsa line" '^kcdsa +- sign/s +[0-9]+\.[0-9] verify/s \(signing refused in proven mode' spk.txt
 
 # Unknown names and bad --seconds are refused.
 "$KRY" speed sha256 nosuch --seconds 0.05 > bad.txt 2> bad.err
 expect_status "speed unknown name" 2 $?
 if [ -s bad.txt ]; then fail "speed unknown name wrote to stdout"; else pass; fi
-expect_grep "speed unknown name message" "^kry speed: unknown algorithm 'nosuch'; known: sha1 " bad.err
+expect_egrep "speed unknown name message" "^kry speed: unknown algorithm 'nosuch'; known: sha1 " bad.err
 for secs in abc 0 -1 1e9 nan inf '' 0.1x; do
     "$KRY" speed sha256 --seconds "$secs" > bad.txt 2> bad.err
     expect_status "speed --seconds '$secs'" 2 $?
-    expect_grep "speed --seconds '$secs' message" '^kry speed: --seconds takes a number' bad.err
+    expect_egrep "speed --seconds '$secs' message" '^kry speed: --seconds takes a number' bad.err
 done
 "$KRY" speed sha256 --seconds > /dev/null 2>&1
 expect_status "speed --seconds without a value" 2 $?
 "$KRY" speed --help > help.txt 2>&1
 expect_status "speed --help" 0 $?
-expect_grep "speed --help" '^usage: kry \[--proven\] speed' help.txt
+expect_egrep "speed --help" '^usage: kry \[--proven\] speed' help.txt
 
 # ---------------------------------------------------------------------------
-echo "check.sh: $checks checks, $failures failed"
-if [ "$failures" -ne 0 ]; then
-    exit 1
-fi
-exit 0
+kry_test_summary

@@ -8,61 +8,12 @@
 
 set -u
 
-if [ $# -ne 1 ]; then
-    echo "usage: $0 PATH/TO/kry" >&2
-    exit 2
-fi
-KRY=$1
-case $KRY in
-    /*) ;;
-    *) KRY=$PWD/$KRY ;;  # the checks run from a temporary directory
-esac
-if [ ! -x "$KRY" ]; then
-    echo "dgst.sh: '$KRY' is not an executable" >&2
-    exit 2
-fi
-for prog in sha1sum sha224sum sha256sum sha384sum sha512sum md5sum rhash head cmp; do
-    if ! command -v "$prog" >/dev/null 2>&1; then
-        echo "dgst.sh: required program '$prog' not found" >&2
-        exit 2
-    fi
-done
-
-TMP=$(mktemp -d "${TMPDIR:-/tmp}/kry_tool_test.XXXXXX") || exit 2
-trap 'rm -rf "$TMP"' EXIT
-
-failures=0
-checks=0
-
-pass() { checks=$((checks + 1)); }
-fail() {
-    checks=$((checks + 1))
-    failures=$((failures + 1))
-    echo "FAIL: $*" >&2
-}
-
-# expect_eq DESCRIPTION EXPECTED ACTUAL
-expect_eq() {
-    if [ "$2" = "$3" ]; then
-        pass
-    else
-        fail "$1"
-        printf '  expected: %s\n  actual:   %s\n' "$2" "$3" >&2
-    fi
-}
-
-# expect_status DESCRIPTION EXPECTED ACTUAL
-expect_status() {
-    if [ "$2" -eq "$3" ]; then
-        pass
-    else
-        fail "$1: exit status $3, expected $2"
-    fi
-}
+# shellcheck source-path=SCRIPTDIR source=lib/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
+kry_test_init sha1sum sha224sum sha256sum sha384sum sha512sum md5sum rhash head cmp -- "$@"
 
 # ---------------------------------------------------------------------------
 # Inputs: empty, tiny, around the 64 KiB read size and a few MB of random data.
-cd "$TMP" || exit 2
 : > empty.bin
 printf 'abc' > abc.txt
 printf 'The quick brown fox jumps over the lazy dog\n' > fox.txt
@@ -343,8 +294,4 @@ expect_status "--check without LISTFILE" 2 $?
 cd .. || exit 2
 
 # ---------------------------------------------------------------------------
-echo "dgst.sh: $checks checks, $failures failed"
-if [ "$failures" -ne 0 ]; then
-    exit 1
-fi
-exit 0
+kry_test_summary

@@ -6,21 +6,12 @@
 #
 #   usage: help.sh PATH/TO/kry
 set -u
-if [ $# -ne 1 ]; then
-    echo "usage: $0 PATH/TO/kry" >&2
-    exit 2
-fi
-KRY=$1
+# Found from this script's own place, before the checks leave for their
+# temporary directory.
 MAN=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../docs" && pwd)/kry.1
-
-failures=0
-checks=0
-pass() { checks=$((checks + 1)); }
-fail() {
-    checks=$((checks + 1))
-    failures=$((failures + 1))
-    echo "FAIL: $*" >&2
-}
+# shellcheck source-path=SCRIPTDIR source=lib/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
+kry_test_init awk grep wc -- "$@"
 
 # The command names, from the tool's own list.
 commands=$("$KRY" help | awk '/^commands:/ {on = 1; next} on && /^  [a-z]/ {print $1} on && /^$/ {exit}')
@@ -46,7 +37,6 @@ done
 "$KRY" frobnicate > /dev/null 2>err.txt
 [ $? -eq 2 ] && pass || fail "unknown command: status"
 grep -q "unknown command 'frobnicate'" err.txt && pass || fail "unknown command: message"
-rm -f err.txt
 "$KRY" dgst --frobnicate > /dev/null 2>&1
 [ $? -eq 2 ] && pass || fail "unknown option: status"
 "$KRY" > /dev/null 2>&1 && pass || fail "no command: status"
@@ -58,5 +48,4 @@ else
     fail "groff is not installed (needed to check docs/kry.1)"
 fi
 
-echo "help.sh: $checks checks, $failures failed"
-[ $failures -eq 0 ]
+kry_test_summary

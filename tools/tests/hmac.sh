@@ -9,64 +9,10 @@
 
 set -u
 
-if [ $# -ne 1 ]; then
-    echo "usage: $0 PATH/TO/kry" >&2
-    exit 2
-fi
-KRY=$1
-case $KRY in
-    /*) ;;
-    *) KRY=$PWD/$KRY ;;
-esac
-if [ ! -x "$KRY" ]; then
-    echo "hmac.sh: '$KRY' is not an executable" >&2
-    exit 2
-fi
-for prog in openssl python3 head od tr; do
-    if ! command -v "$prog" >/dev/null 2>&1; then
-        echo "hmac.sh: required program '$prog' not found" >&2
-        exit 2
-    fi
-done
+# shellcheck source-path=SCRIPTDIR source=lib/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
+kry_test_init openssl python3 head od tr -- "$@"
 
-TMP=$(mktemp -d "${TMPDIR:-/tmp}/kry_tool_test.XXXXXX") || exit 2
-trap 'rm -rf "$TMP"' EXIT
-
-failures=0
-checks=0
-pass() { checks=$((checks + 1)); }
-fail() {
-    checks=$((checks + 1))
-    failures=$((failures + 1))
-    echo "FAIL: $*" >&2
-}
-expect_eq() {
-    if [ "$2" = "$3" ]; then
-        pass
-    else
-        fail "$1"
-        printf '  expected: %s\n  actual:   %s\n' "$2" "$3" >&2
-    fi
-}
-expect_status() {
-    if [ "$2" -eq "$3" ]; then
-        pass
-    else
-        fail "$1: exit status $3, expected $2"
-    fi
-}
-# expect_grep DESCRIPTION PATTERN FILE
-expect_grep() {
-    if grep -q -- "$2" "$3"; then
-        pass
-    else
-        fail "$1: '$2' not in $(cat "$3")"
-    fi
-}
-
-hex_of() { od -An -v -tx1 "$1" | tr -d ' \n'; }
-
-cd "$TMP" || exit 2
 : > empty.bin
 printf 'Hi There' > hi.txt
 head -c 63 /dev/urandom > r63.bin
@@ -207,5 +153,4 @@ out=$("$KRY" hmac -l)
 expect_status "hmac -l" 0 $?
 expect_eq "hmac -l lists 8 digests" 8 "$(printf '%s\n' "$out" | wc -l)"
 
-echo "hmac.sh: $checks checks, $failures failed"
-[ "$failures" -eq 0 ]
+kry_test_summary

@@ -12,57 +12,9 @@
 
 set -u
 
-if [ $# -ne 1 ]; then
-    echo "usage: $0 PATH/TO/kry" >&2
-    exit 2
-fi
-KRY=$1
-case $KRY in
-    /*) ;;
-    *) KRY=$PWD/$KRY ;;  # the checks run from a temporary directory
-esac
-if [ ! -x "$KRY" ]; then
-    echo "pubkey.sh: '$KRY' is not an executable" >&2
-    exit 2
-fi
-for prog in head cmp stat python3; do
-    if ! command -v "$prog" >/dev/null 2>&1; then
-        echo "pubkey.sh: required program '$prog' not found" >&2
-        exit 2
-    fi
-done
-
-TMP=$(mktemp -d "${TMPDIR:-/tmp}/kry_tool_test.XXXXXX") || exit 2
-trap 'rm -rf "$TMP"' EXIT
-
-failures=0
-checks=0
-
-pass() { checks=$((checks + 1)); }
-fail() {
-    checks=$((checks + 1))
-    failures=$((failures + 1))
-    echo "FAIL: $*" >&2
-}
-
-# expect_eq DESCRIPTION EXPECTED ACTUAL
-expect_eq() {
-    if [ "$2" = "$3" ]; then
-        pass
-    else
-        fail "$1"
-        printf '  expected: %s\n  actual:   %s\n' "$2" "$3" >&2
-    fi
-}
-
-# expect_status DESCRIPTION EXPECTED ACTUAL
-expect_status() {
-    if [ "$2" -eq "$3" ]; then
-        pass
-    else
-        fail "$1: exit status $3, expected $2"
-    fi
-}
+# shellcheck source-path=SCRIPTDIR source=lib/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
+kry_test_init head cmp stat python3 -- "$@"
 
 # expect_fail DESCRIPTION EXPECTED_STDERR_LINE COMMAND...
 # The command must exit 1 and print exactly the one given line on stderr.
@@ -84,7 +36,6 @@ expect_usage() {
     if [ -s err.txt ]; then pass; else fail "$desc: no message"; fi
 }
 
-cd "$TMP" || exit 2
 export KRY_TEST_PW='correct horse'
 export KRY_TEST_PW2='battery staple'
 export KRY_TEST_EMPTY=''
@@ -529,5 +480,4 @@ expect_usage "encrypt unknown option" "$KRY" encrypt -k rsa.key --frob
 expect_usage "keyinfo without a file" "$KRY" keyinfo
 if [ -e x.key ]; then fail "a refused genkey wrote x.key"; else pass; fi
 
-echo "pubkey.sh: $checks checks, $failures failed"
-[ "$failures" -eq 0 ]
+kry_test_summary

@@ -9,44 +9,10 @@
 
 set -u
 
-if [ $# -ne 1 ]; then
-    echo "usage: $0 PATH/TO/kry" >&2
-    exit 2
-fi
-KRY=$1
-case $KRY in
-    /*) ;;
-    *) KRY=$PWD/$KRY ;;
-esac
-if [ ! -x "$KRY" ]; then
-    echo "pubkey_slow.sh: '$KRY' is not an executable" >&2
-    exit 2
-fi
+# shellcheck source-path=SCRIPTDIR source=lib/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
+kry_test_init -- "$@"
 
-TMP=$(mktemp -d "${TMPDIR:-/tmp}/kry_tool_test.XXXXXX") || exit 2
-trap 'rm -rf "$TMP"' EXIT
-
-failures=0
-checks=0
-pass() { checks=$((checks + 1)); }
-fail() {
-    checks=$((checks + 1))
-    failures=$((failures + 1))
-    echo "FAIL: $*" >&2
-}
-expect_eq() {
-    if [ "$2" = "$3" ]; then
-        pass
-    else
-        fail "$1"
-        printf '  expected: %s\n  actual:   %s\n' "$2" "$3" >&2
-    fi
-}
-expect_status() {
-    if [ "$2" -eq "$3" ]; then pass; else fail "$1: exit status $3, expected $2"; fi
-}
-
-cd "$TMP" || exit 2
 export KRY_TEST_PW='slow test password'
 P=(--pass env:KRY_TEST_PW)
 head -c 1000000 /dev/urandom > data.bin
@@ -100,5 +66,4 @@ if cmp -s m214.bin d.bin; then pass; else fail "2048-bit OAEP round trip"; fi
 err=$("$KRY" encrypt -k rsa.key "${P[@]}" -in m215.bin -out x.bin 2>&1)
 expect_eq "215 bytes refused" "kry: encrypt: message too long: at most 214 bytes for this key and encoding" "$err"
 
-echo "pubkey_slow.sh: $checks checks, $failures failed"
-[ "$failures" -eq 0 ]
+kry_test_summary

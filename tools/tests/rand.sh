@@ -6,55 +6,9 @@
 
 set -u
 
-if [ $# -ne 1 ]; then
-    echo "usage: $0 PATH/TO/kry" >&2
-    exit 2
-fi
-KRY=$1
-case $KRY in
-    /*) ;;
-    *) KRY=$PWD/$KRY ;;
-esac
-if [ ! -x "$KRY" ]; then
-    echo "rand.sh: '$KRY' is not an executable" >&2
-    exit 2
-fi
-
-TMP=$(mktemp -d "${TMPDIR:-/tmp}/kry_tool_test.XXXXXX") || exit 2
-trap 'rm -rf "$TMP"' EXIT
-
-failures=0
-checks=0
-pass() { checks=$((checks + 1)); }
-fail() {
-    checks=$((checks + 1))
-    failures=$((failures + 1))
-    echo "FAIL: $*" >&2
-}
-expect_eq() {
-    if [ "$2" = "$3" ]; then
-        pass
-    else
-        fail "$1"
-        printf '  expected: %s\n  actual:   %s\n' "$2" "$3" >&2
-    fi
-}
-expect_status() {
-    if [ "$2" -eq "$3" ]; then
-        pass
-    else
-        fail "$1: exit status $3, expected $2"
-    fi
-}
-expect_grep() {
-    if grep -q -- "$2" "$3"; then
-        pass
-    else
-        fail "$1: '$2' not in $(cat "$3")"
-    fi
-}
-
-cd "$TMP" || exit 2
+# shellcheck source-path=SCRIPTDIR source=lib/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
+kry_test_init -- "$@"
 
 # Exact lengths, raw on standard output and into a file.
 for n in 0 1 7 1000 65535 65536 65537 1048576; do
@@ -123,5 +77,4 @@ out=$("$KRY" rand --help)
 expect_status "rand --help" 0 $?
 case $out in *usage*) pass ;; *) fail "rand --help prints no usage" ;; esac
 
-echo "rand.sh: $checks checks, $failures failed"
-[ "$failures" -eq 0 ]
+kry_test_summary
