@@ -23,4 +23,4 @@ kry_need_packages() {
 # What the library itself needs to build.
 KRY_BUILD_PACKAGES=(cmake make g++ pkgconf)
 # What the tests, the benchmark and the packaging checks add.
-KRY_TEST_PACKAGES=(libgtest-dev libssl-dev openssl doxygen librhash-dev rhash libcrypto++-dev nlohmann-json3-dev libbenchmark-dev coreutils time groff-base valgrind)
+KRY_TEST_PACKAGES=(libgtest-dev libssl-dev openssl doxygen librhash-dev rhash libcrypto++-dev nlohmann-json3-dev libbenchmark-dev coreutils time groff-base python3 valgrind)
