@@ -4,6 +4,7 @@
 // and removing it when decrypting.
 #include "cipher/modes.h"
 #include "foundation/common.h"
+#include "foundation/ct.h"
 
 #include <kry/blockcipher.h>
 
@@ -143,7 +144,7 @@ KRY_API void free_BLOCK_CIPHER_UNIT(BLOCK_CIPHER_UNIT *unit) {
     if (unit == nullptr)
         return;
     clean_BLOCK_CIPHER_UNIT(unit);
-    lum_free(unit, kSource, __LINE__);
+    lum_Free(unit, sizeof *unit);  // a unit never set up still holds its flags
 }
 
 KRY_API uint32_t init_BlockAlg(BLOCK_CIPHER_UNIT *unit, uint32_t cipher_id) {
@@ -401,12 +402,15 @@ KRY_API uint32_t final_Decryption(BLOCK_CIPHER_UNIT *unit, uint8_t *out, uint32_
         return 0;
     if (unit->pending_count != 0 || unit->hold_back == 0 || B > kMaxBlock)
         return kErrFinalDec;
+    // PKCS #7 check over the whole block, without exit on the first bad byte.
     const uint8_t p = unit->held[B - 1];
-    if (p == 0 || p > B)
+    uint32_t bad = kry::ct_is_zero(p) | kry::ct_lt(B, p);
+    for (uint32_t i = 0; i < B; i++) {
+        const uint32_t in_pad = kry::ct_lt(B - 1 - i, p);
+        bad |= in_pad & kry::ct_is_nonzero(static_cast<uint32_t>(unit->held[i] ^ p));
+    }
+    if (bad != 0)
         return kErrFinalDec;
-    for (uint32_t i = B - p; i < B; i++)
-        if (unit->held[i] != p)
-            return kErrFinalDec;
     const uint32_t n = B - p;
     if (n != 0 && out == nullptr)
         return kErrFinalDec;

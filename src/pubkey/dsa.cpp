@@ -6,6 +6,7 @@
 
 #include "bigint/bigint_internal.h"
 #include "foundation/common.h"
+#include "foundation/ct.h"
 #include "pubkey/dsa_internal.h"
 
 #include <cstring>
@@ -219,9 +220,11 @@ uint32_t verify_hashed(DSA *unit, const uint8_t *h, uint32_t h_length, const uin
         if (v == nullptr)
             return kVerifyFailure;
         write_minimal(u1, v);
-        const bool equal = v_length == 0 || std::memcmp(v, r, v_length) == 0;
+        const bool equal = v_length == 0 || kry::ct_equal(v, r, v_length) == 1;
         if (v != stack_buf)
-            lum_free(v, __FILE__, __LINE__);
+            lum_Free(v, v_length);
+        else
+            kry::wipe(stack_buf, v_length);
         if (match != nullptr)
             *match = equal ? 1 : 0;
     }
@@ -295,10 +298,12 @@ KRY_API void clean_DSA(DSA *unit) {
 KRY_API void free_DSA(DSA *unit) {
     if (unit == nullptr)
         return;
+    // clean_DSA clears the seed pointer but leaves the buffer: release it
+    // here.  Its length field need not describe the block.
+    uint8_t *seed = unit->seed;
     clean_DSA(unit);
-    if (unit->seed != nullptr)
-        lum_free(unit->seed, __FILE__, __LINE__);
-    lum_free(unit, __FILE__, __LINE__);
+    kry::wipecheck::free_unsized(seed, __FILE__, __LINE__);
+    lum_Free(unit, sizeof *unit);
 }
 
 KRY_API uint32_t set_DSA_params(DSA *unit, const BIGINT *p, const BIGINT *q, const BIGINT *g, const BIGINT *y,
@@ -355,12 +360,10 @@ KRY_API uint32_t init_DSA(DSA *unit, uint32_t digest_id, uint32_t operation, con
         auto *copy = static_cast<uint8_t *>(lum_malloc(seed_length, __FILE__, __LINE__));
         if (copy != nullptr)
             std::memcpy(copy, seed, seed_length);
-        if (unit->seed != nullptr)
-            lum_free(unit->seed, __FILE__, __LINE__);
+        kry::wipecheck::free_unsized(unit->seed, __FILE__, __LINE__);
         unit->seed = copy;
     } else {
-        if (unit->seed != nullptr)
-            lum_free(unit->seed, __FILE__, __LINE__);
+        kry::wipecheck::free_unsized(unit->seed, __FILE__, __LINE__);
         unit->seed = nullptr;
         unit->seed_length = 0;
     }

@@ -6,6 +6,7 @@
 
 #include "bigint/bigint_internal.h"
 #include "foundation/common.h"
+#include "foundation/ct.h"
 #include "pubkey/kcdsa_internal.h"
 
 #include <cstring>
@@ -296,7 +297,7 @@ KRY_API void clean_KCDSA(KCDSA *unit) {
     if (unit->prng != nullptr)
         free_PRNG_UNIT(unit->prng);
     if (unit->seed != nullptr)
-        lum_free(unit->seed, kFile, __LINE__);
+        lum_Free(unit->seed, unit->seed_length + 4);  // the block is seed_length + 4 bytes
     if (unit->digest != nullptr)
         free_DIGEST_UNIT(unit->digest);
     kry::wipe_object(*unit);
@@ -358,7 +359,7 @@ KRY_API uint32_t init_KCDSA(KCDSA *unit, uint32_t operation) {
     // is left absent; signing then fails when it draws k.
     (void)ensure_prng(unit);
     if (unit->seed != nullptr)
-        lum_free(unit->seed, kFile, __LINE__);
+        lum_Free(unit->seed, unit->seed_length + 4);  // the block is seed_length + 4 bytes
     unit->seed = nullptr;
     unit->seed_length = 0;
     unit->operation = operation;
@@ -392,7 +393,7 @@ KRY_API uint32_t update_KCDSA(KCDSA *unit, const uint8_t *message, uint32_t leng
     if (length > 0)
         std::memcpy(buffer + zl, message, length);
     const uint32_t err = update_Digest(unit->digest, buffer, total);
-    lum_free(buffer, kFile, __LINE__);
+    lum_Free(buffer, total > 0 ? total : 1);
     return err == 0 ? 0 : kUpdateDigest;
 }
 
@@ -449,7 +450,7 @@ KRY_API uint32_t verify_KCDSA(KCDSA *unit, uint8_t *r, uint32_t *r_length, uint8
     uint8_t rv[kHashLength];
     if (hash_bigint(unit->digest, sv, rv) != 0)
         return kVerifyExp;
-    return std::memcmp(rv, r, kHashLength) == 0 ? 0 : kVerifyInvalid;
+    return kry::ct_equal(rv, r, kHashLength) ? 0 : kVerifyInvalid;
 }
 
 KRY_API uint32_t generate_KCDSA_params(KCDSA *unit, int32_t p_bits, int32_t q_bits) {
@@ -465,7 +466,7 @@ KRY_API uint32_t generate_KCDSA_params(KCDSA *unit, int32_t p_bits, int32_t q_bi
     const int32_t rounds_p = p_bits < 2048 ? 3 : 2;
 
     if (unit->seed != nullptr)
-        lum_free(unit->seed, kFile, __LINE__);
+        lum_Free(unit->seed, unit->seed_length + 4);  // the block is seed_length + 4 bytes
     unit->seed = nullptr;
     const uint32_t seed_length = static_cast<uint32_t>(q_bits) / 8;
     unit->seed = static_cast<uint8_t *>(lum_calloc(1, seed_length + 4, kFile, __LINE__));
@@ -635,10 +636,8 @@ KRY_API uint32_t generate_KCDSA_key_pair(KCDSA *unit) {
             update_KCDSA(unit, kMessage, 3) == 0 && final_KCDSA(unit, rb, &r_length, sb, &s_length) == 0)
             result = 0;
     }
-    if (rb != nullptr)
-        lum_free(rb, kFile, __LINE__);
-    if (sb != nullptr)
-        lum_free(sb, kFile, __LINE__);
+    lum_Free(rb, kBuffer);
+    lum_Free(sb, kBuffer);
     return result;
 }
 

@@ -5,6 +5,7 @@
 #include <kry/prng.h>
 
 #include "foundation/common.h"
+#include "foundation/ct.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -42,13 +43,12 @@ const DigestInfoPrefix *find_prefix(uint32_t digest_id) {
 // Heap buffer of n bytes, wiped and released at scope exit.
 class SecureBuffer {
 public:
-    explicit SecureBuffer(size_t n) : size_(n), data_(static_cast<uint8_t *>(std::calloc(n ? n : 1, 1))) {}
-    ~SecureBuffer() {
-        if (data_ != nullptr) {
-            kry::wipe(data_, size_);
-            std::free(data_);
-        }
-    }
+    explicit SecureBuffer(size_t n)
+        : size_(n),
+          data_(n <= UINT32_MAX ? static_cast<uint8_t *>(lum_calloc(n ? static_cast<uint32_t>(n) : 1u, 1,
+                                                                    __FILE__, __LINE__))
+                                : nullptr) {}
+    ~SecureBuffer() { lum_Free(data_, static_cast<uint32_t>(size_)); }
     SecureBuffer(const SecureBuffer &) = delete;
     SecureBuffer &operator=(const SecureBuffer &) = delete;
     uint8_t *get() { return data_; }
@@ -256,10 +256,7 @@ KRY_API uint32_t check_EMSA_PKCS1_v1_5_ENCODE(const uint8_t *em, int32_t length,
     // The received value carries no leading zero byte: compare from the second byte on.
     if (k == 0 || static_cast<uint32_t>(length) > k - 1)
         return 0x10201900u;
-    uint8_t diff = 0;
-    for (int32_t i = 0; i < length; ++i)
-        diff |= static_cast<uint8_t>(em[i] ^ expected.get()[1 + i]);
-    return diff == 0 ? 0 : 0x10201900u;
+    return kry::ct_equal(em, expected.get() + 1, static_cast<size_t>(length)) ? 0 : 0x10201900u;
 }
 
 KRY_API uint32_t add_RSASSA_PKCS1_PSS_ENCODE(RSA *rsa, uint8_t *em, uint32_t em_length,
@@ -302,9 +299,11 @@ KRY_API uint32_t check_RSASSA_PKCS1_PSS_ENCODE(RSA *rsa, const uint8_t *em, uint
     // The value arrives without leading zero bytes; a k-byte value (one byte
     // longer when the modulus length is 1 modulo 8) must lead with zeros.
     if (length > em_length) {
+        uint32_t lead = 0;
         for (uint32_t i = 0; i < length - em_length; ++i)
-            if (em[i] != 0)
-                return kFault;
+            lead |= em[i];
+        if (lead != 0)
+            return kFault;
         em += length - em_length;
         length = em_length;
     }
@@ -325,10 +324,16 @@ KRY_API uint32_t check_RSASSA_PKCS1_PSS_ENCODE(RSA *rsa, const uint8_t *em, uint
     if (!mask_with_mgf1(db, db_length, H, hlen, unit))
         return kFault;
     db[0] &= top_mask;
-    uint32_t i = 0;
-    while (i < db_length && db[i] == 0)
-        ++i;
-    if (i >= db_length || db[i] != 0x01)
+    // The 0x01 separator after the zero padding, found by a scan of the
+    // whole DB with masks.
+    uint32_t i = 0, found = 0, separator_ok = 0;
+    for (uint32_t j = 0; j < db_length; ++j) {
+        const uint32_t first = kry::ct_is_nonzero(db[j]) & ~found;
+        i = kry::ct_select(first, j, i);
+        separator_ok = kry::ct_select(first, kry::ct_eq(db[j], 0x01), separator_ok);
+        found |= first;
+    }
+    if ((found & separator_ok) == 0)
         return kFault;
     ++i;
     uint32_t found_salt = db_length - i;
@@ -347,7 +352,7 @@ KRY_API uint32_t check_RSASSA_PKCS1_PSS_ENCODE(RSA *rsa, const uint8_t *em, uint
         final_failed = true;
     if (final_failed)
         return 0; // the library's long-standing behaviour: no comparison
-    return std::memcmp(H, H2, hlen) == 0 ? 0 : 1;
+    return kry::ct_equal(H, H2, hlen) ? 0 : 1;
 }
 
 KRY_API uint32_t encode_RSAES_OAEP_PADDING(RSA *rsa, const uint8_t *m, uint32_t m_length, uint8_t *em,
@@ -398,15 +403,17 @@ KRY_API uint32_t decode_RSAES_OAEP_PADDING(RSA *rsa, const uint8_t *em, uint32_t
     uint8_t lhash[KRY_MAX_DIGEST_LENGTH];
     if (!digest_parts(unit, nullptr, 0, nullptr, 0, nullptr, 0, lhash))
         return 0;
-    uint8_t diff = 0;
-    for (uint32_t i = 0; i < h; ++i)
-        diff |= static_cast<uint8_t>(lhash[i] ^ db[i]);
-    if (diff != 0)
-        return 0;
-    uint32_t i = h;
-    while (i < db_length && db[i] == 0)
-        ++i;
-    if (i >= db_length || db[i] != 0x01)
+    // lHash check and the search for the 0x01 separator over the whole DB,
+    // with masks, and one decision at the end.
+    const uint32_t lhash_ok = kry::ct_equal(lhash, db, h) ? 0xFFFFFFFFu : 0u;
+    uint32_t i = h, found = 0, separator_ok = 0;
+    for (uint32_t j = h; j < db_length; ++j) {
+        const uint32_t first = kry::ct_is_nonzero(db[j]) & ~found;
+        i = kry::ct_select(first, j, i);
+        separator_ok = kry::ct_select(first, kry::ct_eq(db[j], 0x01), separator_ok);
+        found |= first;
+    }
+    if ((lhash_ok & found & separator_ok) == 0)
         return 0;
     ++i;
     uint32_t m_length = db_length - i;
@@ -451,12 +458,18 @@ KRY_API uint32_t encode_RSAES_PKCS1_PADDING(RSA *rsa, const uint8_t *m, uint32_t
 KRY_API uint32_t decode_RSAES_PKCS1_PADDING(RSA *rsa, const uint8_t *em, uint32_t length, uint8_t *out,
                                             uint32_t capacity) {
     (void)rsa; // either block type is accepted in any mode
-    if (em == nullptr || length < 1 || (em[0] != 0x01 && em[0] != 0x02))
+    if (em == nullptr || length < 1)
         return 0;
-    uint32_t i = 1;
-    while (i < length && em[i] != 0)
-        ++i;
-    if (i >= length || i - 1 < 8)
+    // Block type 1 or 2, then the first zero byte after at least eight
+    // padding bytes: the whole block is scanned with masks.
+    const uint32_t type_ok = kry::ct_eq(em[0], 0x01) | kry::ct_eq(em[0], 0x02);
+    uint32_t i = 1, found = 0;
+    for (uint32_t j = 1; j < length; ++j) {
+        const uint32_t first = kry::ct_is_zero(em[j]) & ~found;
+        i = kry::ct_select(first, j, i);
+        found |= first;
+    }
+    if ((type_ok & found & ~kry::ct_lt(i - 1, 8)) == 0)
         return 0;
     uint32_t m_length = length - i - 1;
     if (m_length > capacity || (out == nullptr && m_length != 0))
