@@ -61,12 +61,18 @@ uint32_t common_checks(const KRY_Context *ctx) {
     return 0;
 }
 
-void *api_malloc(size_t size) { return std::malloc(size == 0 ? 1 : size); }
+void *api_malloc(size_t size) {
+    void *p = std::malloc(size == 0 ? 1 : size);
+    kry::wipecheck::note_alloc(p, size, __FILE__, __LINE__);
+    return p;
+}
 
+// The check build verifies that the size given covered the whole block.
 void api_free(void *p, size_t size) {
     if (p == nullptr)
         return;
     kry::wipe(p, size);
+    kry::wipecheck::note_release(p, __FILE__, __LINE__);
     std::free(p);
 }
 

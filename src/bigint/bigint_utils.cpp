@@ -242,7 +242,7 @@ KRY_API char *dump_BIGINT(const BIGINT *b) {
         text[1] = 'x';
         std::memcpy(text + 2, hex, n + 1);
     }
-    lum_free(hex, kFile, __LINE__);
+    lum_Free(hex, 8 * static_cast<uint32_t>(b->length) + 2);  // BIGINT_to_HEX's whole block
     return text;
 }
 
@@ -252,7 +252,7 @@ KRY_API void print_BIGINT(const BIGINT *b) {
     if (hex == nullptr)
         return;
     std::fputs("0x", stdout);
-    lum_free(hex, kFile, __LINE__);
+    lum_Free(hex, 8 * static_cast<uint32_t>(b->length) + 2);  // BIGINT_to_HEX's whole block
 }
 
 }  // extern "C"

@@ -111,7 +111,7 @@ KRY_API void free_DIGEST_UNIT(DIGEST_UNIT *unit) {
     if (unit == nullptr)
         return;
     clean_DIGEST_UNIT(unit);
-    lum_free(unit, kry::kSource, __LINE__);
+    lum_Free(unit, sizeof *unit);
 }
 
 KRY_API uint32_t init_DigestAlg(DIGEST_UNIT *unit, uint32_t algorithm_id) {

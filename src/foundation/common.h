@@ -5,6 +5,8 @@
 
 #include <kry/error.h>
 
+#include "foundation/wipe_check.h"
+
 #include <atomic>
 #include <bit>
 #include <cstddef>

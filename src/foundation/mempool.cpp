@@ -168,7 +168,7 @@ KRY_API void *memPoolRealloc(MEM_POOL *pool, void *block, uint32_t old_size, uin
     if (pool == nullptr) {
         if (new_size != 0)
             return lum_realloc(block, new_size, kFile, __LINE__);
-        lum_free(block, kFile, __LINE__);
+        kry::wipecheck::free_unsized(block, kFile, __LINE__);  // wiped whatever old_size says
         return nullptr;
     }
     if (old_size > kMaxAligned || new_size > kMaxAligned)

@@ -87,7 +87,7 @@ KRY_API STACK *new_STACK_compare_func(STACK_COMPARE_FUNC compare) {
         return nullptr;
     void *data = lum_malloc(slot_bytes(kInitialCapacity), kFile, __LINE__);
     if (data == nullptr) {
-        lum_free(s, kFile, __LINE__);
+        lum_Free(s, sizeof(STACK));
         return nullptr;
     }
     std::memset(data, 0, slot_bytes(kInitialCapacity));
@@ -199,7 +199,7 @@ KRY_API STACK *dup_STACK(const STACK *stack) {
         return nullptr;
     auto *data = static_cast<void **>(lum_malloc(bytes, kFile, __LINE__));
     if (data == nullptr) {
-        lum_free(copy, kFile, __LINE__);
+        lum_Free(copy, sizeof(STACK));
         return nullptr;
     }
     std::memset(data, 0, bytes);
@@ -212,8 +212,12 @@ KRY_API STACK *dup_STACK(const STACK *stack) {
 KRY_API void free_STACK(STACK *stack) {
     if (stack == nullptr)
         return;
-    lum_free(stack->data, kFile, __LINE__);
-    lum_free(stack, kFile, __LINE__);
+    // The slots may point at key material; wipe them with the header.
+    if (usable(stack))
+        lum_Free(stack->data, slot_bytes(stack->capacity > 0 ? stack->capacity : 1));
+    else
+        lum_free(stack->data, kFile, __LINE__);
+    lum_Free(stack, sizeof(STACK));
 }
 
 // Releases every non-null value (clearing its slot), then the stack.

@@ -1,7 +1,11 @@
 // Allocation wrappers and hexadecimal printing.
 //
 // The lum_ wrappers carry the caller's source file and line for
-// diagnostics; they pass the request straight to the C allocator.
+// diagnostics; they pass the request straight to the C allocator.  The names
+// are parenthesised because the check build (KRY_WIPE_CHECK) redirects the
+// library's own calls through function-like macros; these exported
+// definitions serve callers outside the library, and in that build forget a
+// released block that the library had handed over.
 
 #include "foundation/common.h"
 
@@ -10,25 +14,30 @@
 
 extern "C" {
 
-KRY_API void *lum_malloc(uint32_t size, const char *, int32_t) { return std::malloc(size); }
+KRY_API void *(lum_malloc)(uint32_t size, const char *, int32_t) { return std::malloc(size); }
 
 // calloc checks count * size for overflow itself.
-KRY_API void *lum_calloc(uint32_t count, uint32_t size, const char *, int32_t) {
+KRY_API void *(lum_calloc)(uint32_t count, uint32_t size, const char *, int32_t) {
     return std::calloc(count, size);
 }
 
-KRY_API void *lum_realloc(void *ptr, uint32_t size, const char *, int32_t) {
+KRY_API void *(lum_realloc)(void *ptr, uint32_t size, const char *, int32_t) {
+    kry::wipecheck::forget(ptr);
     return std::realloc(ptr, size);
 }
 
-KRY_API void lum_free(void *ptr, const char *, int32_t) { std::free(ptr); }
+KRY_API void (lum_free)(void *ptr, const char *, int32_t) {
+    kry::wipecheck::forget(ptr);
+    std::free(ptr);
+}
 
 // Zeroes the buffer before releasing it.  A null pointer has nothing to
 // zero, whatever length comes with it.
-KRY_API void lum_Free(void *ptr, uint32_t length) {
+KRY_API void (lum_Free)(void *ptr, uint32_t length) {
     if (ptr == nullptr)
         return;
     kry::wipe(ptr, length);
+    kry::wipecheck::forget(ptr);
     std::free(ptr);
 }
 

@@ -119,7 +119,7 @@ KRY_API void free_HMAC_UNIT(HMAC_UNIT *unit) {
     if (unit == nullptr)
         return;
     clean_HMAC_UNIT(unit);
-    lum_free(unit, kSource, __LINE__);
+    lum_Free(unit, sizeof *unit);  // an unbound unit is not wiped by the clean
 }
 
 KRY_API uint32_t init_HMAC(HMAC_UNIT *unit, uint32_t digest_id, const uint8_t *key, uint32_t key_length) {

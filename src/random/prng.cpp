@@ -372,7 +372,7 @@ void collect_entropy_locked() {
 
     void *fresh = lum_malloc(1, kSource, __LINE__);
     std::snprintf(texts[4], sizeof texts[4], "%010u", u32(reinterpret_cast<uintptr_t>(fresh)));
-    lum_free(fresh, kSource, __LINE__);
+    lum_Free(fresh, 1);
 
     uint8_t id[16] = {};
     system_random_16(id);
@@ -776,7 +776,7 @@ KRY_API void free_PRNG_UNIT(PRNG_UNIT *unit) {
     if (unit == nullptr)
         return;
     clean_PRNG_UNIT(unit);
-    lum_free(unit, kSource, __LINE__);
+    lum_Free(unit, sizeof *unit);
 }
 
 KRY_API uint32_t RAND_BYTES(uint8_t *out, uint32_t length) {
