@@ -48,7 +48,7 @@ TEST(RsaProven, RawSignatureRefused) {
     ASSERT_EQ(load_key(u.rsa, proven_key()), 0u);
     ASSERT_EQ(init_RSASSA(u.rsa, KRY_SHA256, 0, 1), 0u);
     ASSERT_EQ(update_RSASSA(u.rsa, reinterpret_cast<const uint8_t *>("abc"), 3), 0u);
-    uint8_t sig[128];
+    uint8_t sig[128] = {};
     uint32_t len = sizeof sig;
     EXPECT_EQ(final_RSASSA(u.rsa, sig, &len), 0xFFFFFFFFu);
     EXPECT_EQ(u.rsa->pool->depth, -1);
