@@ -22,5 +22,7 @@ kry_need_packages() {
 
 # What the library itself needs to build.
 KRY_BUILD_PACKAGES=(cmake make g++ pkgconf)
+# What scripts/hardening adds: clang with libFuzzer for the fuzz targets.
+KRY_HARDENING_PACKAGES=(clang libclang-rt-14-dev)
 # What the tests, the benchmark and the packaging checks add.
 KRY_TEST_PACKAGES=(libgtest-dev libssl-dev openssl doxygen librhash-dev rhash libcrypto++-dev nlohmann-json3-dev libbenchmark-dev coreutils time groff-base python3 valgrind)
