@@ -156,6 +156,16 @@ bool check_pass_source(const std::string &source, std::string &error) {
     return false;
 }
 
+// Sizes and parities every key the library generates has.
+bool plausible(const PublicKeyInfo &info) {
+    const auto odd = [](const std::vector<uint8_t> &v) { return !v.empty() && (v.back() & 1) != 0; };
+    if (info.type == KRY_KEYPAIR_RSA)
+        return info.modulus_bits >= 256 && info.modulus_bits <= 16384 && odd(info.n) && odd(info.e);
+    return info.modulus_bits >= 256 && info.modulus_bits <= 16384 && info.q_bits >= 128 && info.q_bits <= 512 &&
+           odd(info.p) && odd(info.q) && bit_length(info.g) <= info.modulus_bits &&
+           bit_length(info.y) <= info.modulus_bits;
+}
+
 bool load_key(KRY_Context *ctx, const std::string &path, const std::string &pass_source, const char *alias,
               KeyFile &file, SecretString &password, std::string &error) {
     if (!check_pass_source(pass_source, error)) return false;
@@ -186,6 +196,15 @@ bool load_key(KRY_Context *ctx, const std::string &path, const std::string &pass
     }
     if (rc != 0) {
         error = path + ": the key could not be loaded: " + api_error(rc);
+        return false;
+    }
+    // A wrong password deciphers to noise whose padding is valid about once
+    // in 256 tries, and the import may then accept it.  Refuse a key whose
+    // public values cannot be those of a generated key.
+    PublicKeyInfo info;
+    if (!key_public_info(file, password, info, why) || !plausible(info)) {
+        KRY_KeyPairDestory(ctx, alias);
+        error = file.password ? path + ": wrong password or corrupted key file" : path + ": corrupted key file";
         return false;
     }
     return true;
