@@ -2,6 +2,8 @@
 // forms), RSAES-PKCS1-v1_5 and MGF1.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <kry/bigint.h>
 #include <kry/digest.h>
 #include <kry/error.h>
@@ -471,7 +473,14 @@ TEST(RsaPaddingOaep, TruncationsAndBitFlipsRejected) {
               128u);
     for (uint32_t len = 0; len < 127; ++len) {
         Bytes t(em.end() - len, em.end());
-        EXPECT_EQ(decode_RSAES_OAEP_PADDING(rec.get(), t.data(), len, out.data(), 128, nullptr, 0, 1), 0u) << len;
+        // The block is read as an integer: dropping leading zero bytes (the
+        // random masked seed starts with 00 once in 256 encodings) changes
+        // nothing, and byte 0 of the v2.1 block is skipped unchecked.
+        const bool only_zeros_dropped =
+            std::all_of(em.begin() + 1, em.end() - len, [](uint8_t b) { return b == 0; });
+        EXPECT_EQ(decode_RSAES_OAEP_PADDING(rec.get(), t.data(), len, out.data(), 128, nullptr, 0, 1),
+                  only_zeros_dropped ? m.size() : 0u)
+            << len;
     }
     Bytes longer(129, 1);
     EXPECT_EQ(decode_RSAES_OAEP_PADDING(rec.get(), longer.data(), 129, out.data(), 128, nullptr, 0, 1), 0u);
