@@ -20,7 +20,6 @@
 #include <cstring>
 
 #if defined(__x86_64__) || defined(__i386__)
-#include <cpuid.h>
 #include <immintrin.h>
 #define KRY_AES_NI 1
 #endif
@@ -371,21 +370,7 @@ KRY_TARGET_AES void cbc_decrypt_ni(const uint8_t *in, uint8_t *out, size_t n, __
 
 #define KRY_TARGET_VAES __attribute__((target("vaes,avx2,aes,ssse3")))
 
-bool cpu_has_vaes() {
-    static const bool has = [] {
-        __builtin_cpu_init();
-#if defined(__clang__)
-        // clang's __builtin_cpu_supports has no "vaes": read CPUID leaf 7,
-        // ECX bit 9 (the OS support for YMM state is part of the avx2 test).
-        unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
-        const bool vaes = __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) && (ecx & (1u << 9)) != 0;
-        return cpu_has_aes() && __builtin_cpu_supports("avx2") && vaes;
-#else
-        return cpu_has_aes() && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("vaes");
-#endif
-    }();
-    return has;
-}
+bool cpu_has_vaes() { return cpu::features().vaes; }
 
 KRY_TARGET_VAES inline __m256i wide_key(const uint32_t *rk, int i) {
     return _mm256_broadcastsi128_si256(round_key(rk, i));

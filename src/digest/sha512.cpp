@@ -1,6 +1,7 @@
 // SHA-384 and SHA-512 (FIPS 180-2 section 6.3 and 6.4).
 #include "digest/md_frame.h"
 #include "digest/sha2.h"
+#include "foundation/cpu.h"
 
 #include <kry/digest.h>
 
@@ -16,11 +17,8 @@ namespace {
 std::atomic<bool> avx2_enabled{true};
 
 bool cpu_has_avx2_bmi2() {
-    static const bool yes = [] {
-        __builtin_cpu_init();
-        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2");
-    }();
-    return yes;
+    const auto &f = cpu::features();
+    return f.avx2 && f.bmi2;
 }
 
 #define KRY_TARGET_AVX2 __attribute__((target("avx2,bmi,bmi2")))

@@ -1,29 +1,83 @@
 #include "foundation/cpu.h"
 
-#if defined(__x86_64__) || defined(__i386__)
+#include <cstddef>
+
+#if (defined(__x86_64__) || defined(__i386__)) && !defined(KRY_PORTABLE)
+#define KRY_CPUID 1
 #include <cpuid.h>
 #endif
 
 namespace kry::cpu {
 
-const Features &features() {
-    static const Features f = [] {
-        Features r;
-#if defined(__x86_64__) || defined(__i386__)
-        unsigned a, b, c, d;
-        if (__get_cpuid(1, &a, &b, &c, &d)) {
-            r.ssse3 = c & (1u << 9);
-            r.sse41 = c & (1u << 19);
-            r.aesni = c & (1u << 25);
-        }
-        if (__get_cpuid_count(7, 0, &a, &b, &c, &d)) {
-            r.sha = b & (1u << 29);
-            r.gfni = c & (1u << 8);
-        }
+namespace {
+
+#if KRY_CPUID
+// The extended register state the OS saves (XGETBV 0); YMM state is bits 1
+// and 2.  Only called when CPUID reports OSXSAVE.
+unsigned long long xcr0() {
+    unsigned eax, edx;
+    __asm__ volatile("xgetbv" : "=a"(eax), "=d"(edx) : "c"(0));
+    return (static_cast<unsigned long long>(edx) << 32) | eax;
+}
 #endif
-        return r;
-    }();
+
+Features detect() {
+    Features r;
+#if KRY_CPUID
+    unsigned a, b, c, d;
+    bool ymm = false;
+    if (__get_cpuid(1, &a, &b, &c, &d)) {
+        r.ssse3 = c & (1u << 9);
+        r.sse41 = c & (1u << 19);
+        r.aesni = c & (1u << 25);
+        r.pclmul = c & (1u << 1);
+        const bool osxsave = c & (1u << 27);
+        const bool avx = c & (1u << 28);
+        ymm = osxsave && avx && (xcr0() & 6) == 6;
+    }
+    if (__get_cpuid_count(7, 0, &a, &b, &c, &d)) {
+        r.sha = b & (1u << 29);
+        r.gfni = c & (1u << 8);
+        r.avx2 = ymm && (b & (1u << 5));
+        r.vaes = r.avx2 && r.aesni && (c & (1u << 9));
+        r.bmi2 = b & (1u << 8);
+        r.adx = b & (1u << 19);
+    }
+#endif
+    return r;
+}
+
+}  // namespace
+
+const Features &features() {
+    static const Features f = detect();
     return f;
+}
+
+const char *feature_names() {
+    // Built once: ten names of at most seven characters and their blanks.
+    static const struct Names {
+        char text[96] = {};
+        Names() {
+            const Features &f = features();
+            const struct {
+                bool on;
+                const char *name;
+            } list[] = {{f.ssse3, "ssse3"}, {f.sse41, "sse4.1"}, {f.aesni, "aes"},  {f.pclmul, "pclmul"},
+                        {f.sha, "sha"},     {f.gfni, "gfni"},    {f.avx2, "avx2"},  {f.vaes, "vaes"},
+                        {f.bmi2, "bmi2"},   {f.adx, "adx"}};
+            size_t at = 0;
+            for (const auto &e : list) {
+                if (!e.on)
+                    continue;
+                if (at != 0)
+                    text[at++] = ' ';
+                for (const char *c = e.name; *c != 0; c++)
+                    text[at++] = *c;
+            }
+        }
+    } names;
+    return names.text;
 }
 
 }  // namespace kry::cpu

@@ -1,6 +1,9 @@
-// Processor features that select the hardware paths of the ciphers and
-// hashes, read once with CPUID.  On other processors every feature is false
-// and the portable code runs.
+// Processor features that select the hardware paths of the ciphers, hashes
+// and big-integer kernels, read once with CPUID.  On other processors, and
+// in a build with KRY_PORTABLE defined (CMake option KRY_PORTABLE), every
+// feature is false and the portable code runs.  Each module also keeps its
+// own switch that the tests turn off to run the portable code on a processor
+// that has the feature.
 #ifndef KRY_SRC_FOUNDATION_CPU_H
 #define KRY_SRC_FOUNDATION_CPU_H
 
@@ -10,11 +13,20 @@ struct Features {
     bool ssse3 = false;
     bool sse41 = false;
     bool aesni = false;  // AES round instructions
+    bool pclmul = false; // carry-less multiplication
     bool sha = false;    // SHA-1 / SHA-256 instructions
     bool gfni = false;   // Galois-field affine instructions (SSE forms)
+    bool avx2 = false;   // AVX2, with the YMM state enabled by the OS
+    bool vaes = false;   // AES round instructions on YMM registers (with avx2)
+    bool bmi2 = false;   // mulx, rorx, shlx
+    bool adx = false;    // adcx, adox
 };
 
 const Features &features();
+
+// Names of the features present, separated by blanks ("" when none): what
+// the benchmarks and the tool print with their figures.
+const char *feature_names();
 
 }  // namespace kry::cpu
 
