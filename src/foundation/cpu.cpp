@@ -26,6 +26,7 @@ Features detect() {
 #if KRY_CPUID
     unsigned a, b, c, d;
     bool ymm = false;
+    bool zmm = false;
     if (__get_cpuid(1, &a, &b, &c, &d)) {
         r.ssse3 = c & (1u << 9);
         r.sse41 = c & (1u << 19);
@@ -34,6 +35,8 @@ Features detect() {
         const bool osxsave = c & (1u << 27);
         const bool avx = c & (1u << 28);
         ymm = osxsave && avx && (xcr0() & 6) == 6;
+        // Opmask, upper ZMM halves and ZMM16-31 (bits 5 to 7) as well.
+        zmm = ymm && (xcr0() & 0xE6) == 0xE6;
     }
     if (__get_cpuid_count(7, 0, &a, &b, &c, &d)) {
         r.sha = b & (1u << 29);
@@ -42,6 +45,9 @@ Features detect() {
         r.vaes = r.avx2 && r.aesni && (c & (1u << 9));
         r.bmi2 = b & (1u << 8);
         r.adx = b & (1u << 19);
+        const bool avx512f = b & (1u << 16);
+        const bool avx512vl = b & (1u << 31);
+        r.ifma = zmm && avx512f && avx512vl && (b & (1u << 21));
     }
 #endif
     return r;
@@ -55,9 +61,9 @@ const Features &features() {
 }
 
 const char *feature_names() {
-    // Built once: ten names of at most seven characters and their blanks.
+    // Built once: eleven names of at most ten characters and their blanks.
     static const struct Names {
-        char text[96] = {};
+        char text[128] = {};
         Names() {
             const Features &f = features();
             const struct {
@@ -65,7 +71,7 @@ const char *feature_names() {
                 const char *name;
             } list[] = {{f.ssse3, "ssse3"}, {f.sse41, "sse4.1"}, {f.aesni, "aes"},  {f.pclmul, "pclmul"},
                         {f.sha, "sha"},     {f.gfni, "gfni"},    {f.avx2, "avx2"},  {f.vaes, "vaes"},
-                        {f.bmi2, "bmi2"},   {f.adx, "adx"}};
+                        {f.bmi2, "bmi2"},   {f.adx, "adx"},     {f.ifma, "avx512ifma"}};
             size_t at = 0;
             for (const auto &e : list) {
                 if (!e.on)

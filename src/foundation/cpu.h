@@ -20,6 +20,7 @@ struct Features {
     bool vaes = false;   // AES round instructions on YMM registers (with avx2)
     bool bmi2 = false;   // mulx, rorx, shlx
     bool adx = false;    // adcx, adox
+    bool ifma = false;   // AVX-512 IFMA with VL (52-bit multiply-add), ZMM state enabled
 };
 
 const Features &features();
