@@ -12,21 +12,28 @@
 //   BN_MONT_CTX passed in, so it also builds its Montgomery context per
 //   call.
 //
-// Before timing, both sides compute every case once and the results are
+// The optional peers run every case too: libgcrypt gcry_mpi_powm, GMP
+// mpz_powm (what nettle's public-key code uses; listed as "nettle"),
+// Crypto++ ModularExponentiation and Botan power_mod, each on operands
+// loaded once.
+//
+// Before timing, every side computes every case once and the results are
 // compared; a difference is reported on stderr, flagged in the table and
 // makes the exit status 1.  The table gives exponentiations per second
-// (from CPU time, median when repeated), milliseconds per exponentiation and
-// the ratio kry/OpenSSL of the rates (above 1: kry is faster).
+// (from CPU time, median when repeated), the best peer and the ratio
+// kry/peer of the rates (above 1: kry is faster).
 
 #include <kry.h>
 
 #include "peers_bn.h"
+#include "peers_extra.h"
 #include "ratio_report.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -53,6 +60,7 @@ struct Case {
     bool plain = false;    // kry's mod_exp_BIGINT instead of mod_exp_mont_BIGINT
     Bytes a, p, m;
     bool agrees = false;
+    std::vector<std::pair<const peers::Library *, bool>> extras;  // optional peers, agreeing
 };
 
 Case make_case(const std::string &label, int bits, int exp_bits, bool plain, uint32_t seed) {
@@ -155,38 +163,27 @@ void bench_openssl(benchmark::State &state, const Case *c) {
     state.SetBytesProcessed(state.iterations());
 }
 
-std::string format(std::optional<double> v, double scale, const char *fmt) {
-    if (!v || *v <= 0) return "-";
-    char text[32];
-    std::snprintf(text, sizeof text, fmt, scale / *v);
-    return text;
+bool check_extra(const Case &c, const peers::Library &lib) {
+    KrySide kry(c);
+    std::unique_ptr<peers::ModExpOp> e(lib.mod_exp(c.a, c.p, c.m));
+    const bool same = kry.ok() && e && kry.run() && e->run() && kry.result() == e->result();
+    if (!same) std::fprintf(stderr, "%s: kry and %s differ\n", c.label.c_str(), lib.name);
+    return same;
 }
 
-void print_table(std::FILE *out, const ratio_report::CollectingReporter &reporter,
-                 const std::vector<Case> &cases) {
-    if (reporter.empty()) return;
-    std::fflush(stdout);
-    std::fprintf(out, "\nModular exponentiation: operations per second and ms per operation "
-                      "(CPU time; median of repetitions)\n");
-    std::fprintf(out, "%-24s %10s %10s %10s %10s %9s\n", "case", "kry op/s", "kry ms", "OpenSSL op/s",
-                 "OpenSSL ms", "kry/peer");
-    for (const Case &c : cases) {
-        const auto ours = reporter.rate(c.label + "/kry");
-        const auto theirs = reporter.rate(c.label + "/OpenSSL");
-        if (!ours && !theirs) continue;
-        std::string ratio = "-";
-        if (ours && theirs && *theirs > 0) {
-            char text[32];
-            std::snprintf(text, sizeof text, "%.2f", *ours / *theirs);
-            ratio = text;
-        }
-        if (!c.agrees) ratio += " (output differs!)";
-        const std::string ours_rate = ours ? std::to_string(static_cast<long>(*ours + 0.5)) : "-";
-        const std::string theirs_rate = theirs ? std::to_string(static_cast<long>(*theirs + 0.5)) : "-";
-        std::fprintf(out, "%-24s %10s %10s %12s %10s %9s\n", c.label.c_str(), ours_rate.c_str(),
-                     format(ours, 1e3, "%.3f").c_str(), theirs_rate.c_str(),
-                     format(theirs, 1e3, "%.3f").c_str(), ratio.c_str());
+void bench_extra(benchmark::State &state, const Case *c, const peers::Library *lib) {
+    std::unique_ptr<peers::ModExpOp> e(lib->mod_exp(c->a, c->p, c->m));
+    if (!e) {
+        state.SkipWithError("set-up failed");
+        return;
     }
+    for (auto _ : state) {
+        if (!e->run()) {
+            state.SkipWithError("exponentiation failed");
+            break;
+        }
+    }
+    state.SetBytesProcessed(state.iterations());
 }
 
 }  // namespace
@@ -200,15 +197,32 @@ int main(int argc, char **argv) {
     for (Case &c : cases) {
         c.agrees = check(c);
         all_agree = all_agree && c.agrees;
+        for (const peers::Library *lib : peers::libraries()) {
+            if (lib->mod_exp == nullptr) continue;
+            const bool ok = check_extra(c, *lib);
+            all_agree = all_agree && ok;
+            c.extras.emplace_back(lib, ok);
+        }
     }
+    std::vector<ratio_report::Row> rows;
     for (const Case &c : cases) {
-        benchmark::RegisterBenchmark((c.label + "/kry").c_str(), bench_kry, &c);
+        ratio_report::Row row;
+        row.label = "modexp " + c.label;
+        row.kry_benchmark = c.label + "/kry";
+        benchmark::RegisterBenchmark(row.kry_benchmark.c_str(), bench_kry, &c);
+        row.add_peer(c.label + "/OpenSSL", "OpenSSL", c.agrees);
         benchmark::RegisterBenchmark((c.label + "/OpenSSL").c_str(), bench_openssl, &c);
+        for (const auto &[lib, ok] : c.extras) {
+            row.add_peer(c.label + "/" + lib->name, lib->name, ok);
+            benchmark::RegisterBenchmark(row.peers.back().benchmark.c_str(), bench_extra, &c, lib);
+        }
+        rows.push_back(row);
     }
 
     ratio_report::CollectingReporter reporter(benchmark::CreateDefaultDisplayReporter());
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
-    print_table(table, reporter, cases);
+    ratio_report::print_table(table, reporter, rows, ratio_report::Unit::operations,
+                              "Modular exponentiation: operations per second (CPU time; median of repetitions)");
     return all_agree ? 0 : 1;
 }

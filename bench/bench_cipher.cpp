@@ -19,6 +19,10 @@
 //   EVP_MAC keyed once, EVP_MAC_init with no key (the same key), update,
 //   final per message.
 //
+// The optional peers (libgcrypt, nettle, Crypto++, Botan; peers_extra.h) run
+// the CBC and CTR cases, RC4 and HMAC-SHA256 where they have the algorithm,
+// in the same way: keyed once, the IV (or counter) set again per message.
+//
 // Before timing, every case is run twice on both sides and the outputs are
 // compared; cases without a peer are compared with the mode built from
 // OpenSSL's ECB (or, for RC5, from kry's own ECB after a known-answer
@@ -28,6 +32,7 @@
 #include <kry.h>
 
 #include "peers_cipher.h"
+#include "peers_extra.h"
 #include "ratio_report.h"
 
 #include <benchmark/benchmark.h>
@@ -37,6 +42,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -186,6 +192,16 @@ private:
     peers::Mac *mac_;
 };
 
+// One of the optional peers' operations.
+class ExtraRunner final : public Runner {
+public:
+    explicit ExtraRunner(peers::Op *op) : op_(op) {}
+    bool run(const uint8_t *in, std::size_t length, uint8_t *out) override { return op_->run(in, length, out); }
+
+private:
+    std::unique_ptr<peers::Op> op_;
+};
+
 // ---- references for the cases OpenSSL does not run itself ---------------
 
 // ECB encryption of whole blocks.
@@ -255,6 +271,13 @@ bool rc5_known_answers() {
 
 // ---- the cases -------------------------------------------------------------
 
+// An optional peer's side of a case.
+struct Extra {
+    std::string library;
+    Factory make;
+    bool agrees = true;
+};
+
 struct Case {
     std::string label;  // "AES-128-CBC"
     std::size_t size;   // message bytes
@@ -265,6 +288,7 @@ struct Case {
     std::function<bool(const uint8_t *in, std::size_t length, uint8_t *out)> reference;
     std::string reference_name;  // what the reference is, for messages
     bool agrees = true;
+    std::vector<Extra> extras{};  // the optional peers that have the case
 };
 
 struct BlockAlgorithm {
@@ -276,21 +300,22 @@ struct BlockAlgorithm {
     bool kry_ctr;            // the unit has the CTR mode (RC2 has none)
     bool peer_ctr;           // OpenSSL has the CTR mode
     int rc2_bits;
+    std::optional<peers::Block> block_id;  // for the optional peers
 };
 
 const BlockAlgorithm kBlockAlgorithms[] = {
-    {"AES-128", KRY_AES_128, 16, 16, "AES-128", true, true, 0},
-    {"AES-192", KRY_AES_192, 24, 16, "AES-192", true, true, 0},
-    {"AES-256", KRY_AES_256, 32, 16, "AES-256", true, true, 0},
-    {"ARIA-128", KRY_ARIA_128, 16, 16, "ARIA-128", true, true, 0},
-    {"ARIA-192", KRY_ARIA_192, 24, 16, "ARIA-192", true, true, 0},
-    {"ARIA-256", KRY_ARIA_256, 32, 16, "ARIA-256", true, true, 0},
-    {"SEED", KRY_SEED, 16, 16, "SEED", true, false, 0},
-    {"DES", KRY_DES, 8, 8, "DES", true, false, 0},
-    {"DES-EDE3", KRY_DES_EDE3, 24, 8, "DES-EDE3", true, false, 0},
-    {"Blowfish", KRY_BLOWFISH, 16, 8, "BF", true, false, 0},
-    {"RC2", KRY_RC2, 8, 8, "RC2", false, false, 1024},  // 8-byte key, 1024 effective bits
-    {"RC5", KRY_RC5, 16, 8, nullptr, true, false, 0},  // no RC5 in the system's OpenSSL
+    {"AES-128", KRY_AES_128, 16, 16, "AES-128", true, true, 0, peers::Block::AES128},
+    {"AES-192", KRY_AES_192, 24, 16, "AES-192", true, true, 0, peers::Block::AES192},
+    {"AES-256", KRY_AES_256, 32, 16, "AES-256", true, true, 0, peers::Block::AES256},
+    {"ARIA-128", KRY_ARIA_128, 16, 16, "ARIA-128", true, true, 0, peers::Block::ARIA128},
+    {"ARIA-192", KRY_ARIA_192, 24, 16, "ARIA-192", true, true, 0, peers::Block::ARIA192},
+    {"ARIA-256", KRY_ARIA_256, 32, 16, "ARIA-256", true, true, 0, peers::Block::ARIA256},
+    {"SEED", KRY_SEED, 16, 16, "SEED", true, false, 0, peers::Block::SEED},
+    {"DES", KRY_DES, 8, 8, "DES", true, false, 0, peers::Block::DES},
+    {"DES-EDE3", KRY_DES_EDE3, 24, 8, "DES-EDE3", true, false, 0, peers::Block::DES_EDE3},
+    {"Blowfish", KRY_BLOWFISH, 16, 8, "BF", true, false, 0, peers::Block::Blowfish},
+    {"RC2", KRY_RC2, 8, 8, "RC2", false, false, 1024, peers::Block::RC2},  // 8-byte key, 1024 effective bits
+    {"RC5", KRY_RC5, 16, 8, nullptr, true, false, 0, std::nullopt},  // no RC5 in the system's OpenSSL
 };
 
 template <class R>
@@ -317,6 +342,24 @@ Factory peer_cipher(std::string name, std::size_t key_length, peers::Restart res
         if (cipher == nullptr) return nullptr;
         return std::make_unique<PeerCipher>(cipher);
     };
+}
+
+Factory extra_factory(std::function<peers::Op *()> make) {
+    return [make]() -> std::unique_ptr<Runner> {
+        peers::Op *op = make();
+        if (op == nullptr) return nullptr;
+        return std::make_unique<ExtraRunner>(op);
+    };
+}
+
+// Adds the optional peers that can make the operation.
+void add_extras(Case &c, const std::function<peers::Op *(const peers::Library &)> &make) {
+    for (const peers::Library *lib : peers::libraries()) {
+        const peers::Library *l = lib;
+        Factory f = extra_factory([l, make] { return make(*l); });
+        if (!f()) continue;
+        c.extras.push_back(Extra{lib->name, f, true});
+    }
 }
 
 std::vector<Case> make_cases() {
@@ -350,6 +393,14 @@ std::vector<Case> make_cases() {
 
         for (std::size_t size : {kSmall, kLarge}) {
             Case c{label + "-CBC", size, kry_block(cbc, false), {}, {}, {}};
+            if (alg.block_id) {
+                const peers::Block b = *alg.block_id;
+                const std::size_t key_length = alg.key_length;
+                const int bits = alg.rc2_bits;
+                add_extras(c, [b, key, iv, key_length, bits](const peers::Library &lib) -> peers::Op * {
+                    return lib.cipher ? lib.cipher(b, peers::Mode::CBC, key, key_length, iv, bits) : nullptr;
+                });
+            }
             if (!cbc_peer.empty())
                 c.peer = peer_cipher(cbc_peer, alg.key_length, peers::Restart::iv, alg.rc2_bits);
             else {
@@ -370,6 +421,13 @@ std::vector<Case> make_cases() {
         }
         if (alg.kry_ctr) {
             Case c{label + "-CTR", kLarge, kry_block(ctr, false), {}, {}, {}};
+            if (alg.block_id) {
+                const peers::Block b = *alg.block_id;
+                const std::size_t key_length = alg.key_length;
+                add_extras(c, [b, key, iv, key_length](const peers::Library &lib) -> peers::Op * {
+                    return lib.cipher ? lib.cipher(b, peers::Mode::CTR, key, key_length, iv, 0) : nullptr;
+                });
+            }
             if (!ctr_peer.empty())
                 c.peer = peer_cipher(ctr_peer, alg.key_length, peers::Restart::iv, 0);
             else {
@@ -386,6 +444,9 @@ std::vector<Case> make_cases() {
             "RC4", size,
             checked<KryRc4>([key] { return std::make_unique<KryRc4>(key, 16); }),
             peer_cipher("RC4", 16, peers::Restart::none, 0), {}, {}});
+        add_extras(cases.back(), [key](const peers::Library &lib) -> peers::Op * {
+            return lib.rc4 ? lib.rc4(key, 16) : nullptr;
+        });
     }
 
     // HMAC with a 32-byte key (shorter than the digests' blocks).
@@ -407,6 +468,10 @@ std::vector<Case> make_cases() {
                     return std::make_unique<PeerMac>(mac);
                 },
                 {}, {}});
+            if (id == KRY_SHA256)
+                add_extras(cases.back(), [key](const peers::Library &lib) -> peers::Op * {
+                    return lib.hmac_sha256 ? lib.hmac_sha256(key, 32) : nullptr;
+                });
         }
     }
     return cases;
@@ -485,6 +550,26 @@ bool check(const Case &c) {
     return true;
 }
 
+// Runs an optional peer's side of a case on two messages and compares both
+// with kry's.
+bool check_extra(const Case &c, const Extra &extra) {
+    const uint8_t *in = input().data();
+    const std::size_t room = output_room(c.size);
+    auto ours_runner = c.kry();
+    auto peer_runner = extra.make();
+    if (!ours_runner || !peer_runner) return false;
+    for (int m = 0; m < 2; m++) {
+        Bytes ours(room), theirs(room);
+        if (!ours_runner->run(in, c.size, ours.data()) || !peer_runner->run(in, c.size, theirs.data()) ||
+            ours != theirs) {
+            std::fprintf(stderr, "kry_bench_cipher: %s: message %d of %zu bytes differs from %s\n", c.label.c_str(),
+                         m + 1, c.size, extra.library.c_str());
+            return false;
+        }
+    }
+    return true;
+}
+
 void run_benchmark(benchmark::State &state, const Factory &make, std::size_t size) {
     std::unique_ptr<Runner> runner = make();
     if (!runner) {
@@ -519,6 +604,10 @@ int main(int argc, char **argv) {
     for (Case &c : cases) {
         c.agrees = check(c);
         all_agree = all_agree && c.agrees;
+        for (Extra &extra : c.extras) {
+            extra.agrees = check_extra(c, extra);
+            all_agree = all_agree && extra.agrees;
+        }
     }
 
     std::vector<ratio_report::Row> rows;
@@ -529,11 +618,15 @@ int main(int argc, char **argv) {
         row.kry_benchmark = bench_name(c, "kry");
         benchmark::RegisterBenchmark(row.kry_benchmark.c_str(), run_benchmark, c.kry, c.size);
         if (c.peer) {
-            row.peer_library = "OpenSSL";
-            row.peer_benchmark = bench_name(c, "OpenSSL");
-            benchmark::RegisterBenchmark(row.peer_benchmark.c_str(), run_benchmark, c.peer, c.size);
+            row.add_peer(bench_name(c, "OpenSSL"), "OpenSSL", c.agrees);
+            benchmark::RegisterBenchmark(row.peers.back().benchmark.c_str(), run_benchmark, c.peer, c.size);
+        } else if (!c.agrees) {
+            row.note = " (output differs!)";
         }
-        if (!c.agrees) row.note = " (output differs!)";
+        for (const Extra &extra : c.extras) {
+            row.add_peer(bench_name(c, extra.library.c_str()), extra.library, extra.agrees);
+            benchmark::RegisterBenchmark(row.peers.back().benchmark.c_str(), run_benchmark, extra.make, c.size);
+        }
         rows.push_back(row);
     }
 

@@ -10,6 +10,15 @@
 // context with rhash_reset/update/final per message.  Neither side allocates
 // per message.
 //
+// The optional peers (libgcrypt, nettle, Crypto++, Botan; peers_extra.h) run
+// the same cases with their reused contexts: "ALG/SIZE/nettle", ...
+//
+// "ALG one-shot/64" cases time kry's one-call Digest() on 64-byte messages
+// (SHA-1, SHA-224, SHA-256) against each peer's one-call or cheapest
+// per-message form: OpenSSL EVP_Digest, gcry_md_hash_buffer, nettle
+// init/update/digest on a context on the stack, Crypto++ CalculateDigest on
+// a new object, Botan's reused HashFunction.
+//
 // After the runs a table compares the throughputs.  Google Benchmark flags
 // work as usual; the default --benchmark_min_time is lowered to keep the
 // whole run short.
@@ -17,6 +26,7 @@
 #include <kry.h>
 
 #include "peers.h"
+#include "peers_extra.h"
 #include "ratio_report.h"
 
 #include <benchmark/benchmark.h>
@@ -24,6 +34,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <map>
 #include <optional>
 #include <random>
@@ -118,6 +130,89 @@ void bench_peer(benchmark::State &state, peers::Alg alg, std::size_t size) {
     peers::free_hasher(hasher);
 }
 
+using OpFactory = std::function<std::unique_ptr<peers::Op>()>;
+
+void bench_op(benchmark::State &state, const OpFactory &make, std::size_t size) {
+    const uint8_t *data = input().data();
+    std::unique_ptr<peers::Op> op = make();
+    if (!op) {
+        state.SkipWithError("peer does not provide the algorithm");
+        return;
+    }
+    uint8_t out[64];
+    for (auto _ : state) {
+        if (!op->run(data, size, out)) {
+            state.SkipWithError("peer digest failed");
+            break;
+        }
+        benchmark::DoNotOptimize(out);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(size));
+}
+
+// kry's one-call Digest(): a unit and a state per call.
+void bench_kry_one_shot(benchmark::State &state, uint32_t id, std::size_t size) {
+    const uint8_t *data = input().data();
+    uint8_t out[KRY_MAX_DIGEST_LENGTH];
+    uint32_t length = 0;
+    for (auto _ : state) {
+        if (Digest(id, data, static_cast<uint32_t>(size), out, &length) != 0) {
+            state.SkipWithError("kry Digest failed");
+            break;
+        }
+        benchmark::DoNotOptimize(out);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(size));
+}
+
+void bench_openssl_one_shot(benchmark::State &state, peers::Alg alg, std::size_t size) {
+    const uint8_t *data = input().data();
+    uint8_t out[64];
+    for (auto _ : state) {
+        if (!peers::one_shot(alg, data, size, out)) {
+            state.SkipWithError("EVP_Digest failed");
+            break;
+        }
+        benchmark::DoNotOptimize(out);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(size));
+}
+
+// kry's digest of the first size bytes of the input.
+std::vector<uint8_t> kry_digest(uint32_t id, std::size_t size) {
+    uint8_t out[KRY_MAX_DIGEST_LENGTH] = {};
+    uint32_t length = 0;
+    if (Digest(id, input().data(), static_cast<uint32_t>(size), out, &length) != 0) return {};
+    return std::vector<uint8_t>(out, out + length);
+}
+
+// Runs a peer's op on two messages and compares both with kry's digest.
+bool op_agrees(const OpFactory &make, uint32_t id, std::size_t size) {
+    std::unique_ptr<peers::Op> op = make();
+    const std::vector<uint8_t> ours = kry_digest(id, size);
+    if (!op || ours.empty()) return false;
+    for (int m = 0; m < 2; ++m) {
+        uint8_t theirs[64] = {};
+        if (!op->run(input().data(), size, theirs) || std::memcmp(theirs, ours.data(), ours.size()) != 0)
+            return false;
+    }
+    return true;
+}
+
+peers::Hash extra_hash(peers::Alg alg) {
+    switch (alg) {
+    case peers::Alg::SHA1: return peers::Hash::SHA1;
+    case peers::Alg::SHA224: return peers::Hash::SHA224;
+    case peers::Alg::SHA256: return peers::Hash::SHA256;
+    case peers::Alg::SHA384: return peers::Hash::SHA384;
+    case peers::Alg::SHA512: return peers::Hash::SHA512;
+    default: return peers::Hash::MD5;
+    }
+}
+
 // Hashes the benchmark input once on both sides; false when they differ or
 // a side fails (the numbers would then compare different work).
 bool digests_agree(const Algorithm &alg, std::size_t size, std::string &peer_library) {
@@ -166,6 +261,7 @@ int main(int argc, char **argv) {
     }
 
     std::vector<ratio_report::Row> rows;
+    const std::vector<const peers::Library *> libraries = peers::libraries();
     for (const Algorithm &alg : kAlgorithms) {
         for (std::size_t size : kSizes) {
             ratio_report::Row row;
@@ -174,15 +270,71 @@ int main(int argc, char **argv) {
             row.kry_benchmark = bench_name(alg, size, "kry");
             benchmark::RegisterBenchmark(row.kry_benchmark.c_str(), bench_kry, alg.kry_id, size);
             if (alg.peer) {
-                row.peer_library = peer_library[alg.label];
-                row.peer_benchmark = bench_name(alg, size, row.peer_library);
-                benchmark::RegisterBenchmark(row.peer_benchmark.c_str(), bench_peer, *alg.peer,
-                                             size);
-                if (!agrees[std::string(alg.label) + "/" + std::to_string(size)])
-                    row.note = " (digest differs!)";
+                const std::string library = peer_library[alg.label];
+                row.add_peer(bench_name(alg, size, library), library,
+                             agrees[std::string(alg.label) + "/" + std::to_string(size)]);
+                benchmark::RegisterBenchmark(row.peers.back().benchmark.c_str(), bench_peer, *alg.peer, size);
+            }
+            if (alg.peer && *alg.peer != peers::Alg::HAS160) {
+                for (const peers::Library *lib : libraries) {
+                    if (lib->hasher == nullptr) continue;
+                    const peers::Hash hash = extra_hash(*alg.peer);
+                    OpFactory make = [lib, hash] { return std::unique_ptr<peers::Op>(lib->hasher(hash, false)); };
+                    if (!make()) continue;
+                    const bool ok = op_agrees(make, alg.kry_id, size);
+                    if (!ok) {
+                        all_agree = false;
+                        std::fprintf(stderr, "kry_bench: %s digest of %zu bytes differs from %s\n", alg.label,
+                                     size, lib->name);
+                    }
+                    row.add_peer(bench_name(alg, size, lib->name), lib->name, ok);
+                    benchmark::RegisterBenchmark(row.peers.back().benchmark.c_str(), bench_op, make, size);
+                }
             }
             rows.push_back(row);
         }
+    }
+
+    // One-call digests of 64-byte messages.
+    for (const Algorithm &alg : kAlgorithms) {
+        if (!alg.peer || (*alg.peer != peers::Alg::SHA1 && *alg.peer != peers::Alg::SHA224 &&
+                          *alg.peer != peers::Alg::SHA256))
+            continue;
+        const std::size_t size = 64;
+        const std::string label = std::string(alg.label) + " one-shot";
+        auto name = [&](const std::string &side) { return label + "/" + std::to_string(size) + "/" + side; };
+        ratio_report::Row row;
+        row.label = label;
+        row.size = size;
+        row.kry_benchmark = name("kry");
+        benchmark::RegisterBenchmark(row.kry_benchmark.c_str(), bench_kry_one_shot, alg.kry_id, size);
+        {
+            const std::vector<uint8_t> ours = kry_digest(alg.kry_id, size);
+            uint8_t theirs[64] = {};
+            const bool ok = !ours.empty() && peers::one_shot(*alg.peer, input().data(), size, theirs) &&
+                            std::memcmp(theirs, ours.data(), ours.size()) == 0;
+            if (!ok) {
+                all_agree = false;
+                std::fprintf(stderr, "kry_bench: %s differs from OpenSSL EVP_Digest\n", label.c_str());
+            }
+            row.add_peer(name("OpenSSL"), "OpenSSL", ok);
+            benchmark::RegisterBenchmark(row.peers.back().benchmark.c_str(), bench_openssl_one_shot, *alg.peer,
+                                         size);
+        }
+        for (const peers::Library *lib : libraries) {
+            if (lib->hasher == nullptr) continue;
+            const peers::Hash hash = extra_hash(*alg.peer);
+            OpFactory make = [lib, hash] { return std::unique_ptr<peers::Op>(lib->hasher(hash, true)); };
+            if (!make()) continue;
+            const bool ok = op_agrees(make, alg.kry_id, size);
+            if (!ok) {
+                all_agree = false;
+                std::fprintf(stderr, "kry_bench: %s differs from %s\n", label.c_str(), lib->name);
+            }
+            row.add_peer(name(lib->name), lib->name, ok);
+            benchmark::RegisterBenchmark(row.peers.back().benchmark.c_str(), bench_op, make, size);
+        }
+        rows.push_back(row);
     }
 
     ratio_report::CollectingReporter reporter(benchmark::CreateDefaultDisplayReporter());

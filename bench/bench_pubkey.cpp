@@ -15,15 +15,21 @@
 // EVP_DigestSignInit / EVP_DigestSign (or the Verify pair) on an EVP_PKEY
 // and an EVP_MD_CTX kept for the run.
 //
+// The optional peers (libgcrypt, nettle, Crypto++, Botan; peers_extra.h) run
+// the RSA and DSA cases too, keys loaded once: "RSA-2048 sign/nettle", ...
+// Their RSA signatures must equal kry's byte for byte and they must accept
+// kry's DSA signatures.
+//
 // The keys are generated once at start-up with OpenSSL and loaded into kry.
 // Before timing, each side's signature is checked on the other side (see
 // check_rsa and check_dsa); a failure is reported on stderr, flagged in the
 // table and makes the exit status 1.  The table gives operations per second
-// (from CPU time, median when repeated), milliseconds per operation and the
-// ratio kry/OpenSSL of the rates (above 1: kry is faster).
+// (from CPU time, median when repeated), the best peer and the ratio
+// kry/peer of the rates (above 1: kry is faster).
 
 #include <kry.h>
 
+#include "peers_extra.h"
 #include "peers_pk.h"
 #include "ratio_report.h"
 
@@ -31,6 +37,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -77,6 +84,7 @@ struct RsaCase {
     peers::RsaComponents key;
     Bytes peer_signature;  // OpenSSL's signature of message(), for verification
     bool agrees = false;
+    std::vector<std::pair<const peers::Library *, bool>> extras;  // optional peers, agreeing
 };
 
 // kry units holding the case's private (CRT) key and public key.
@@ -259,6 +267,7 @@ struct DsaCase {
     Bytes peer_der;          // OpenSSL's signature of message()
     Bytes peer_r, peer_s;    // the same as (r, s)
     bool agrees = false;
+    std::vector<std::pair<const peers::Library *, bool>> extras;  // optional peers, agreeing
 };
 
 class KryDsa {
@@ -504,51 +513,97 @@ void bench_kcdsa_verify(benchmark::State &state, const KcdsaCase *c) {
     state.SetBytesProcessed(state.iterations());
 }
 
-// ---------------------------------------------------------------- table
+// ---------------------------------------------------------------- optional peers
 
-struct Line {
-    std::string label;
-    bool peer = true;   // an OpenSSL benchmark exists
-    bool agrees = true;
-};
+using SignMaker = std::function<peers::SignOp *()>;
 
-std::string format(std::optional<double> v, double scale, const char *fmt) {
-    if (!v || *v <= 0) return "-";
-    char text[32];
-    std::snprintf(text, sizeof text, fmt, scale / *v);
-    return text;
+// An optional peer's RSA signature must equal kry's, and the peer must
+// accept kry's.
+bool check_rsa_extra(const RsaCase &c, const peers::Library &lib) {
+    std::unique_ptr<peers::SignOp> op(lib.rsa(c.key));
+    KryRsa kry(c.key);
+    Bytes ours, theirs;
+    bool good = op && kry.ok() && kry.sign(&ours) && op->sign(message(), &theirs);
+    good = good && theirs == ours && op->verify(message(), ours);
+    if (!good) std::fprintf(stderr, "%s: %s's signature differs from kry's or is refused\n", c.name.c_str(), lib.name);
+    return good;
 }
 
-std::string rate_text(std::optional<double> v) {
-    if (!v) return "-";
-    char text[32];
-    std::snprintf(text, sizeof text, *v < 100 ? "%.2f" : "%.0f", *v);
-    return text;
+// r || s, each as long as q.
+Bytes dsa_joined(const Bytes &r, const Bytes &s, std::size_t q_bytes) {
+    Bytes a = peers::pad_left(r, q_bytes), b = peers::pad_left(s, q_bytes);
+    if (a.empty() || b.empty()) return {};
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
 }
 
-void print_table(std::FILE *out, const ratio_report::CollectingReporter &reporter, const std::vector<Line> &lines) {
-    if (reporter.empty()) return;
-    std::fflush(stdout);
-    std::fprintf(out, "\nPublic-key operations: operations per second and ms per operation "
-                      "(CPU time; median of repetitions)\n");
-    std::fprintf(out, "%-24s %10s %10s %12s %10s %9s\n", "case", "kry op/s", "kry ms", "OpenSSL op/s",
-                 "OpenSSL ms", "kry/peer");
-    for (const Line &l : lines) {
-        const auto ours = reporter.rate(l.label + "/kry");
-        const auto theirs = l.peer ? reporter.rate(l.label + "/OpenSSL") : std::nullopt;
-        if (!ours && !theirs) continue;
-        std::string ratio = "-";
-        if (ours && theirs && *theirs > 0) {
-            char text[32];
-            std::snprintf(text, sizeof text, "%.2f", *ours / *theirs);
-            ratio = text;
+// An optional peer must accept kry's DSA signatures (see check_dsa) and its
+// own.
+bool check_dsa_extra(const DsaCase &c, const peers::Library &lib) {
+    std::unique_ptr<peers::SignOp> op(lib.dsa(c.key));
+    KryDsa kry(c.key);
+    const std::size_t q_bytes = peers::strip_zeros(c.key.q).size();
+    bool good = op && kry.ok();
+    for (int i = 0; i < 8 && good; ++i) {
+        Bytes r, s;
+        good = kry.sign(&r, &s);
+        if (!good) break;
+        bool accepted = op->verify(message(), dsa_joined(r, s, q_bytes));
+        if (!accepted && s.size() % 2 == 0 && s.size() > 1) {
+            s.pop_back();
+            accepted = op->verify(message(), dsa_joined(r, s, q_bytes));
         }
-        if (!l.agrees) ratio += " (check failed!)";
-        std::fprintf(out, "%-24s %10s %10s %12s %10s %9s\n", l.label.c_str(), rate_text(ours).c_str(),
-                     format(ours, 1e3, "%.3f").c_str(), l.peer ? rate_text(theirs).c_str() : "(none)",
-                     format(theirs, 1e3, "%.3f").c_str(), ratio.c_str());
+        good = accepted;
     }
+    Bytes theirs;
+    good = good && op->sign(message(), &theirs) && op->verify(message(), theirs);
+    if (!good) std::fprintf(stderr, "%s: %s refuses kry's signature or fails\n", c.name.c_str(), lib.name);
+    return good;
 }
+
+void bench_sign_extra(benchmark::State &state, SignMaker make) {
+    std::unique_ptr<peers::SignOp> op(make());
+    Bytes signature;
+    if (!op) {
+        state.SkipWithError("set-up failed");
+        return;
+    }
+    for (auto _ : state) {
+        if (!op->sign(message(), &signature)) {
+            state.SkipWithError("sign failed");
+            return;
+        }
+    }
+    state.SetBytesProcessed(state.iterations());
+}
+
+void bench_verify_extra(benchmark::State &state, SignMaker make) {
+    std::unique_ptr<peers::SignOp> op(make());
+    Bytes signature;
+    if (!op || !op->sign(message(), &signature)) {
+        state.SkipWithError("set-up failed");
+        return;
+    }
+    for (auto _ : state) {
+        if (!op->verify(message(), signature)) {
+            state.SkipWithError("verify failed");
+            return;
+        }
+    }
+    state.SetBytesProcessed(state.iterations());
+}
+
+void bench_keygen_extra(benchmark::State &state, const peers::Library *lib, int bits) {
+    for (auto _ : state) {
+        if (!lib->rsa_keygen(bits)) {
+            state.SkipWithError("key generation failed");
+            return;
+        }
+    }
+    state.SetBytesProcessed(state.iterations());
+}
+
+// ---------------------------------------------------------------- table
 
 }  // namespace
 
@@ -577,12 +632,30 @@ int main(int argc, char **argv) {
         c.agrees = c.peer != nullptr && check_rsa(c);
         all_good = all_good && c.agrees;
     }
+    const std::vector<const peers::Library *> libraries = peers::libraries();
+    for (RsaCase &c : rsa) {
+        if (c.peer == nullptr) continue;
+        for (const peers::Library *lib : libraries) {
+            if (lib->rsa == nullptr) continue;
+            const bool ok = check_rsa_extra(c, *lib);
+            all_good = all_good && ok;
+            c.extras.emplace_back(lib, ok);
+        }
+    }
     const bool keygen_good = check_rsa_keygen(2048);
     all_good = all_good && keygen_good;
     dsa[0].peer = peers::generate_dsa(1024, 160, &dsa[0].key);
     if (dsa[0].peer == nullptr) std::fprintf(stderr, "DSA-1024/160: OpenSSL key generation failed\n");
     dsa[0].agrees = dsa[0].peer != nullptr && check_dsa(dsa[0]);
     all_good = all_good && dsa[0].agrees;
+    if (dsa[0].peer != nullptr) {
+        for (const peers::Library *lib : libraries) {
+            if (lib->dsa == nullptr) continue;
+            const bool ok = check_dsa_extra(dsa[0], *lib);
+            all_good = all_good && ok;
+            dsa[0].extras.emplace_back(lib, ok);
+        }
+    }
 
     kcdsa[0].params = dsa[0].key;
     peers::Key *dsa2048 = peers::generate_dsa(2048, 224, &kcdsa[1].params);
@@ -593,15 +666,40 @@ int main(int argc, char **argv) {
     }
     peers::free_key(dsa2048);
 
-    std::vector<Line> lines;
+    std::vector<ratio_report::Row> rows;
+    auto add_row = [&rows](const std::string &label, bool with_openssl, bool agrees) {
+        ratio_report::Row row;
+        row.label = label;
+        row.kry_benchmark = label + "/kry";
+        // A failed check may be on either side (see check_rsa, check_dsa):
+        // the row is flagged as a whole.
+        if (with_openssl) row.add_peer(label + "/OpenSSL", "OpenSSL");
+        if (!agrees) row.note = " (check failed!)";
+        rows.push_back(row);
+        return &rows.back();
+    };
     for (const RsaCase &c : rsa) {
         if (c.peer == nullptr) continue;
         benchmark::RegisterBenchmark((c.name + " sign/kry").c_str(), bench_rsa_sign_kry, &c);
         benchmark::RegisterBenchmark((c.name + " sign/OpenSSL").c_str(), bench_rsa_sign_openssl, &c);
+        add_row(c.name + " sign", true, c.agrees);
+        for (const auto &[lib, ok] : c.extras) {
+            const peers::Library *l = lib;
+            const peers::RsaComponents *key = &c.key;
+            const std::string name = c.name + " sign/" + lib->name;
+            benchmark::RegisterBenchmark(name.c_str(), bench_sign_extra, SignMaker([l, key] { return l->rsa(*key); }));
+            rows.back().add_peer(name, lib->name, ok);
+        }
         benchmark::RegisterBenchmark((c.name + " verify/kry").c_str(), bench_rsa_verify_kry, &c);
         benchmark::RegisterBenchmark((c.name + " verify/OpenSSL").c_str(), bench_rsa_verify_openssl, &c);
-        lines.push_back({c.name + " sign", true, c.agrees});
-        lines.push_back({c.name + " verify", true, c.agrees});
+        add_row(c.name + " verify", true, c.agrees);
+        for (const auto &[lib, ok] : c.extras) {
+            const peers::Library *l = lib;
+            const peers::RsaComponents *key = &c.key;
+            const std::string name = c.name + " verify/" + lib->name;
+            benchmark::RegisterBenchmark(name.c_str(), bench_verify_extra, SignMaker([l, key] { return l->rsa(*key); }));
+            rows.back().add_peer(name, lib->name, ok);
+        }
     }
     benchmark::RegisterBenchmark("RSA-2048 keygen/kry", bench_rsa_keygen_kry, 2048)
         ->Iterations(1)
@@ -609,28 +707,46 @@ int main(int argc, char **argv) {
     benchmark::RegisterBenchmark("RSA-2048 keygen/OpenSSL", bench_rsa_keygen_openssl, 2048)
         ->Iterations(1)
         ->Repetitions(kKeygenRepetitions);
-    lines.push_back({"RSA-2048 keygen", true, keygen_good});
+    add_row("RSA-2048 keygen", true, keygen_good);
+    for (const peers::Library *lib : libraries) {
+        if (lib->rsa_keygen == nullptr) continue;
+        const std::string name = std::string("RSA-2048 keygen/") + lib->name;
+        benchmark::RegisterBenchmark(name.c_str(), bench_keygen_extra, lib, 2048)
+            ->Iterations(1)
+            ->Repetitions(kKeygenRepetitions);
+        rows.back().add_peer(name, lib->name);
+    }
     for (const DsaCase &c : dsa) {
         if (c.peer == nullptr) continue;
-        benchmark::RegisterBenchmark((c.name + " sign/kry").c_str(), bench_dsa_sign_kry, &c);
-        benchmark::RegisterBenchmark((c.name + " sign/OpenSSL").c_str(), bench_dsa_sign_openssl, &c);
-        benchmark::RegisterBenchmark((c.name + " verify/kry").c_str(), bench_dsa_verify_kry, &c);
-        benchmark::RegisterBenchmark((c.name + " verify/OpenSSL").c_str(), bench_dsa_verify_openssl, &c);
-        lines.push_back({c.name + " sign", true, c.agrees});
-        lines.push_back({c.name + " verify", true, c.agrees});
+        for (const char *op : {" sign", " verify"}) {
+            const bool sign = op[1] == 's';
+            benchmark::RegisterBenchmark((c.name + op + "/kry").c_str(), sign ? bench_dsa_sign_kry : bench_dsa_verify_kry, &c);
+            benchmark::RegisterBenchmark((c.name + op + "/OpenSSL").c_str(),
+                                         sign ? bench_dsa_sign_openssl : bench_dsa_verify_openssl, &c);
+            add_row(c.name + op, true, c.agrees);
+            for (const auto &[lib, ok] : c.extras) {
+                const peers::Library *l = lib;
+                const peers::DsaComponents *key = &c.key;
+                const std::string name = c.name + op + "/" + lib->name;
+                benchmark::RegisterBenchmark(name.c_str(), sign ? bench_sign_extra : bench_verify_extra,
+                                             SignMaker([l, key] { return l->dsa(*key); }));
+                rows.back().add_peer(name, lib->name, ok);
+            }
+        }
     }
     for (const KcdsaCase &c : kcdsa) {
         if (c.params.p.empty()) continue;
         benchmark::RegisterBenchmark((c.name + " sign/kry").c_str(), bench_kcdsa_sign, &c);
         benchmark::RegisterBenchmark((c.name + " verify/kry").c_str(), bench_kcdsa_verify, &c);
-        lines.push_back({c.name + " sign", false, c.agrees});
-        lines.push_back({c.name + " verify", false, c.agrees});
+        add_row(c.name + " sign", false, c.agrees);
+        add_row(c.name + " verify", false, c.agrees);
     }
 
     ratio_report::CollectingReporter reporter(benchmark::CreateDefaultDisplayReporter());
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
-    print_table(table, reporter, lines);
+    ratio_report::print_table(table, reporter, rows, ratio_report::Unit::operations,
+                              "Public-key operations: operations per second (CPU time; median of repetitions)");
     for (RsaCase &c : rsa) peers::free_key(c.peer);
     for (DsaCase &c : dsa) peers::free_key(c.peer);
     return all_good ? 0 : 1;

@@ -96,6 +96,18 @@ Hasher *new_hasher(Alg alg) {
 
 void free_hasher(Hasher *hasher) { delete hasher; }
 
+bool one_shot(Alg alg, const uint8_t *data, std::size_t length, uint8_t *out) {
+    const EVP_MD *md = nullptr;
+    switch (alg) {
+    case Alg::SHA1: md = EVP_sha1(); break;
+    case Alg::SHA224: md = EVP_sha224(); break;
+    case Alg::SHA256: md = EVP_sha256(); break;
+    default: return false;
+    }
+    unsigned int written = 0;
+    return EVP_Digest(data, length, out, &written, md, nullptr) == 1;
+}
+
 const char *library_name(const Hasher *hasher) { return hasher->library(); }
 
 std::size_t digest_length(const Hasher *hasher) { return hasher->length(); }

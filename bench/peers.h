@@ -31,6 +31,10 @@ std::size_t digest_length(const Hasher *hasher);
 // bytes).  Returns false on a library failure.
 bool hash(Hasher *hasher, const uint8_t *data, std::size_t length, uint8_t *out);
 
+// OpenSSL's one-call digest, EVP_Digest with the algorithm's EVP_MD (SHA-1,
+// SHA-224, SHA-256); false when OpenSSL fails or has no such call here.
+bool one_shot(Alg alg, const uint8_t *data, std::size_t length, uint8_t *out);
+
 }  // namespace peers
 
 #endif  // KRY_BENCH_PEERS_H

@@ -26,3 +26,7 @@ KRY_BUILD_PACKAGES=(cmake make g++ pkgconf)
 KRY_HARDENING_PACKAGES=(clang libclang-rt-14-dev)
 # What the tests, the benchmark and the packaging checks add.
 KRY_TEST_PACKAGES=(libgtest-dev libssl-dev openssl doxygen librhash-dev rhash libcrypto++-dev nlohmann-json3-dev libbenchmark-dev coreutils time groff-base python3 valgrind)
+# What scripts/bench adds: Google Benchmark, the required peers (OpenSSL,
+# RHash) and the optional ones (libgcrypt, nettle with GMP, Crypto++,
+# Botan 2).
+KRY_BENCH_PACKAGES=(libbenchmark-dev libssl-dev librhash-dev libgcrypt20-dev nettle-dev libgmp-dev libcrypto++-dev libbotan-2-dev)
