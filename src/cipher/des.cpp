@@ -7,7 +7,9 @@
 //  - the eight "SP boxes", each S-box followed by the permutation P, so a
 //    round is eight table lookups;
 //  - the expansion E as two rotations of R, which line the eight 6-bit
-//    groups up on byte boundaries (the subkeys are stored to match);
+//    groups up on byte boundaries (the subkeys are stored to match); the
+//    rounds carry both rotations of each half in one 64-bit word, with the
+//    SP boxes' outputs given in that form too;
 //  - IP and FP as five swap-and-mask steps, checked against the IP table
 //    bit by bit at compile time;
 //  - PC-1 and PC-2 as lookup tables over 4- and 7-bit pieces of their input.
@@ -16,7 +18,9 @@
 #include "foundation/common.h"
 
 #include <array>
-#include <utility>
+#include <bit>
+#include <cstddef>
+#include <cstring>
 
 namespace kry {
 namespace {
@@ -137,25 +141,127 @@ constexpr bool expansion_matches(uint32_t r) {
 static_assert(expansion_matches(0x80000001) && expansion_matches(0x12345678) &&
               expansion_matches(0xF0E1D2C3) && expansion_matches(0x00010000));
 
-// f(R, K) = P(S(E(R) xor K)), with the subkey in the two-word layout of
-// DesKeySchedule.
-inline uint32_t feistel(uint32_t r, uint32_t k0, uint32_t k1) {
-    uint32_t a = std::rotr(r, 3) ^ k0;  // groups of S1, S3, S5, S7
-    uint32_t b = std::rotl(r, 1) ^ k1;  // groups of S2, S4, S6, S8
-    return kSP[0][(a >> 24) & 0x3F] ^ kSP[2][(a >> 16) & 0x3F] ^
-           kSP[4][(a >> 8) & 0x3F] ^ kSP[6][a & 0x3F] ^
-           kSP[1][(b >> 24) & 0x3F] ^ kSP[3][(b >> 16) & 0x3F] ^
-           kSP[5][(b >> 8) & 0x3F] ^ kSP[7][b & 0x3F];
+// ---- rounds -----------------------------------------------------------------
+//
+// The rounds keep each 32-bit half R as one 64-bit word holding two masked
+// rotations of it,
+//     high half  rotr(R, 1) & 0xFCFCFCFC   (the E groups of S1, S3, S5, S7)
+//     low half   rotl(R, 3) & 0xFCFCFCFC   (the E groups of S2, S4, S6, S8),
+// every E group in the top six bits of a byte (the rotations that line the
+// groups up on bytes, shifted left by two), and between the two halves every
+// bit of R.  A byte of that word xor the subkey is then four times its SP
+// box's index.  The rotations and masks are linear, so L' = L ^ f(R, K) holds
+// in this form too when the SP boxes give their outputs in it: eight
+// lookups a round, and nothing to rotate or mask between rounds.
+
+constexpr uint32_t kGroupMask = 0xFCFCFCFC;
+
+constexpr uint64_t form_of(uint32_t r) {
+    return (uint64_t{std::rotr(r, 1) & kGroupMask} << 32) | (std::rotl(r, 3) & kGroupMask);
+}
+constexpr uint32_t word_of(uint64_t x) {
+    return std::rotl(static_cast<uint32_t>(x >> 32), 1) | std::rotr(static_cast<uint32_t>(x), 3);
 }
 
-// Sixteen rounds, two per step so the halves need no swapping: after round
-// 2i the variables hold L2i and R2i again.
-template <bool Reverse> inline void rounds(const uint32_t *k, uint32_t &l, uint32_t &r) {
-    for (int i = 0; i < 16; i += 2) {
-        int a = Reverse ? 15 - i : i;   // subkey of the odd round
-        int b = Reverse ? 14 - i : i + 1;  // subkey of the even round
-        l ^= feistel(r, k[2 * a], k[2 * a + 1]);
-        r ^= feistel(l, k[2 * b], k[2 * b + 1]);
+static_assert(word_of(form_of(0x12345678)) == 0x12345678 && word_of(form_of(0xFFFFFFFF)) == 0xFFFFFFFF &&
+              word_of(form_of(0x80000001)) == 0x80000001);
+// The groups land where the subkey words have them (shifted by two).
+static_assert((form_of(0x80000001) >> 34) == (std::rotr(0x80000001u, 3) & 0x3F3F3F3F) &&
+              ((form_of(0x12345678) & 0xFFFFFFFF) >> 2) == (std::rotl(0x12345678u, 1) & 0x3F3F3F3F));
+
+// The SP boxes with their outputs in the form.
+constexpr std::array<std::array<uint64_t, 64>, 8> make_form_sp() {
+    std::array<std::array<uint64_t, 64>, 8> t{};
+    for (unsigned i = 0; i < 8; ++i)
+        for (unsigned x = 0; x < 64; ++x) t[i][x] = form_of(kSP[i][x]);
+    return t;
+}
+alignas(64) constexpr auto kFormSP = make_form_sp();
+
+// Pins a value as computed, so the compiler keeps the xor tree below a tree
+// (shallow) rather than a chain through every lookup.
+[[gnu::always_inline]] inline uint64_t pin(uint64_t v) {
+#if defined(__GNUC__)
+    __asm__("" : "+r"(v));
+#endif
+    return v;
+}
+
+// The tables' bytes, addressed through one base register.
+[[gnu::always_inline]] inline const unsigned char *table_base() {
+    const unsigned char *p = reinterpret_cast<const unsigned char *>(&kFormSP);
+#if defined(__GNUC__)
+    __asm__("" : "+r"(p));
+#endif
+    return p;
+}
+static_assert(sizeof(kFormSP) == 8 * 64 * 8);
+
+// Box T's entry for a byte holding four times its index.
+template <int T> [[gnu::always_inline]] inline uint64_t entry(const unsigned char *base, uint64_t byte) {
+    uint64_t v;
+    std::memcpy(&v, base + 512 * T + 2 * byte, 8);
+    return v;
+}
+
+// A subkey (the two words of DesKeySchedule) in the form.
+[[gnu::always_inline]] inline uint64_t key_form(const uint32_t *k) {
+    return (uint64_t{k[0]} << 34) | (uint64_t{k[1]} << 2);
+}
+
+// p ^ f(R, K) in the form, given x = form(R) ^ K.  The groups in bytes 7, 1
+// and 0 take one instruction to extract, the others two, so their entries
+// and p (known early) are combined first: the tree then adds three xors
+// after the last lookup.
+[[gnu::always_inline]] inline uint64_t feistel(const unsigned char *t, uint64_t x, uint64_t p) {
+    const uint64_t e0 = entry<0>(t, x >> 56), e5 = entry<5>(t, (x >> 8) & 0xFF), e7 = entry<7>(t, x & 0xFF);
+    const uint64_t e2 = entry<2>(t, (x >> 48) & 0xFF), e4 = entry<4>(t, (x >> 40) & 0xFF);
+    const uint64_t e6 = entry<6>(t, (x >> 32) & 0xFF), e1 = entry<1>(t, (x >> 24) & 0xFF);
+    const uint64_t e3 = entry<3>(t, (x >> 16) & 0xFF);
+    return pin(pin(pin(e0 ^ e5) ^ pin(e7 ^ p)) ^ pin(e2 ^ e4)) ^ pin(pin(e6 ^ e1) ^ e3);
+}
+
+// Subkeys in the form: straight from a schedule (single blocks), or
+// converted once for a run of blocks.
+struct ScheduleKeys {
+    const uint32_t *k;
+    uint64_t operator()(int i) const { return key_form(k + 2 * i); }
+};
+struct FormKeys {
+    const uint64_t *k;
+    uint64_t operator()(int i) const { return k[i]; }
+};
+
+// Sixteen rounds on N independent blocks, interleaved: (l, r) = (L0, R0) in
+// form in, (L16, R16) out.  Subkeys in key order, or reversed.  The next
+// round's input is formed from the half it will use, xored with its subkey
+// ahead of time and folded into the lookups' xor tree, so each round's chain
+// is the lookups and that tree.
+template <bool Reverse, int N, class Keys>
+[[gnu::always_inline]] inline void rounds(Keys key, uint64_t (&l)[N], uint64_t (&r)[N]) {
+    constexpr auto sub = [](int i) { return Reverse ? 15 - i : i; };
+    const unsigned char *t = table_base();
+    uint64_t x[N];
+    const uint64_t k0 = key(sub(0));
+#pragma GCC unroll 4
+    for (int j = 0; j < N; j++)
+        x[j] = r[j] ^ k0;
+#pragma GCC unroll 16
+    for (int i = 0; i < 16; i++) {
+        const uint64_t kn = i < 15 ? key(sub(i + 1)) : 0;
+#pragma GCC unroll 4
+        for (int j = 0; j < N; j++) {
+            uint64_t nr;
+            if (i < 15) {
+                // x' = form(L ^ f) ^ K' = (L ^ K') ^ f, and L ^ f = x' ^ K'.
+                x[j] = feistel(t, x[j], pin(l[j] ^ kn));
+                nr = x[j] ^ kn;
+            } else {
+                nr = feistel(t, x[j], l[j]);
+            }
+            l[j] = r[j];
+            r[j] = nr;
+        }
     }
 }
 
@@ -272,30 +378,132 @@ void des_set_key(DesKeySchedule &ks, const uint8_t key[8], DesOrder order) {
 void des_ip(uint32_t &l, uint32_t &r) { ip_words(l, r); }
 void des_fp(uint32_t &l, uint32_t &r) { fp_words(l, r); }
 
+namespace {
+
+// One block through the rounds on words: (l, r) = (L0, R0) in, the
+// preoutput (R16, L16) out.
+template <bool Reverse>
+[[gnu::always_inline]] inline void crypt_words(const uint32_t *k, uint32_t &l, uint32_t &r) {
+    uint64_t hl[1] = {form_of(l)}, hr[1] = {form_of(r)};
+    rounds<Reverse>(ScheduleKeys{k}, hl, hr);
+    l = word_of(hr[0]);
+    r = word_of(hl[0]);
+}
+
+template <bool Reverse>
+[[gnu::always_inline]] inline void crypt_block(const uint32_t *k, const uint8_t *in, uint8_t *out) {
+    uint32_t l = load32_be(in), r = load32_be(in + 4);
+    ip_words(l, r);
+    crypt_words<Reverse>(k, l, r);
+    fp_words(l, r);
+    store32_be(out, l);
+    store32_be(out + 4, r);
+}
+
+// The subkeys of Passes passes in the form, in the order they run (wiped
+// when done).
+template <int Passes> struct PassKeys {
+    uint64_t k[Passes][16];
+    explicit PassKeys(const DesKeySchedule *pass) {
+        for (int p = 0; p < Passes; p++)
+            for (int i = 0; i < 16; i++) k[p][i] = key_form(pass[p].k + 2 * i);
+    }
+    ~PassKeys() { wipe_object(k); }
+    PassKeys(const PassKeys &) = delete;
+    PassKeys &operator=(const PassKeys &) = delete;
+};
+
+// The passes (one for DES, three for DES-EDE) on N blocks in form:
+// (l, r) = (L0, R0) in, (L16, R16) of the last pass out.
+template <int Passes, int N>
+[[gnu::always_inline]] inline void passes(const PassKeys<Passes> &keys, uint64_t (&l)[N], uint64_t (&r)[N]) {
+    rounds<false>(FormKeys{keys.k[0]}, l, r);
+    if constexpr (Passes == 3) {
+        rounds<false>(FormKeys{keys.k[1]}, r, l);
+        rounds<false>(FormKeys{keys.k[2]}, l, r);
+    }
+}
+
+// Blocks through the passes, two at a time.  Each pass runs its subkeys in
+// stored order.
+template <int Passes>
+void crypt_blocks(const DesKeySchedule *pass, const uint8_t *in, uint8_t *out, size_t n) {
+    const PassKeys<Passes> keys(pass);
+    for (; n >= 2; n -= 2, in += 16, out += 16) {
+        uint32_t w0 = load32_be(in), w1 = load32_be(in + 4), w2 = load32_be(in + 8), w3 = load32_be(in + 12);
+        ip_words(w0, w1);
+        ip_words(w2, w3);
+        uint64_t l[2] = {form_of(w0), form_of(w2)}, r[2] = {form_of(w1), form_of(w3)};
+        passes(keys, l, r);
+        w0 = word_of(r[0]), w1 = word_of(l[0]), w2 = word_of(r[1]), w3 = word_of(l[1]);
+        fp_words(w0, w1);
+        fp_words(w2, w3);
+        store32_be(out, w0);
+        store32_be(out + 4, w1);
+        store32_be(out + 8, w2);
+        store32_be(out + 12, w3);
+    }
+    if (n != 0) {
+        uint32_t wl = load32_be(in), wr = load32_be(in + 4);
+        ip_words(wl, wr);
+        uint64_t l[1] = {form_of(wl)}, r[1] = {form_of(wr)};
+        passes(keys, l, r);
+        wl = word_of(r[0]), wr = word_of(l[0]);
+        fp_words(wl, wr);
+        store32_be(out, wl);
+        store32_be(out + 4, wr);
+    }
+}
+
+// CBC encryption.  IP is linear and undoes FP, so IP(P ^ C) = IP(P) ^ the
+// preoutput of the block before: the chain stays in the rounds' form, with
+// IP and FP beside it.
+template <int Passes>
+void cbc_encrypt(const DesKeySchedule *pass, const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain) {
+    if (n == 0)
+        return;
+    const PassKeys<Passes> keys(pass);
+    uint32_t cl = load32_be(chain), cr = load32_be(chain + 4);
+    ip_words(cl, cr);
+    // The preoutput (R16, L16) of the block before, as (r, l).
+    uint64_t l[1] = {form_of(cr)}, r[1] = {form_of(cl)};
+    for (; n != 0; n--, in += 8, out += 8) {
+        uint32_t pl = load32_be(in), pr = load32_be(in + 4);
+        ip_words(pl, pr);
+        uint64_t nl[1] = {form_of(pl) ^ r[0]}, nr[1] = {form_of(pr) ^ l[0]};
+        passes(keys, nl, nr);
+        l[0] = nl[0], r[0] = nr[0];
+        uint32_t ol = word_of(r[0]), orr = word_of(l[0]);
+        fp_words(ol, orr);
+        store32_be(out, ol);
+        store32_be(out + 4, orr);
+    }
+    std::memcpy(chain, out - 8, 8);
+}
+
+}  // namespace
+
 void des_crypt_words(const DesKeySchedule &ks, uint32_t &l, uint32_t &r, bool reverse) {
     if (reverse)
-        rounds<true>(ks.k, l, r);
+        crypt_words<true>(ks.k, l, r);
     else
-        rounds<false>(ks.k, l, r);
-    std::swap(l, r);  // preoutput R16 L16
+        crypt_words<false>(ks.k, l, r);
 }
 
 void des_encrypt_block(const DesKeySchedule &ks, const uint8_t in[8], uint8_t out[8]) {
-    uint32_t l = load32_be(in), r = load32_be(in + 4);
-    ip_words(l, r);
-    rounds<false>(ks.k, l, r);
-    fp_words(r, l);
-    store32_be(out, r);
-    store32_be(out + 4, l);
+    crypt_block<false>(ks.k, in, out);
 }
 
 void des_decrypt_block(const DesKeySchedule &ks, const uint8_t in[8], uint8_t out[8]) {
-    uint32_t l = load32_be(in), r = load32_be(in + 4);
-    ip_words(l, r);
-    rounds<true>(ks.k, l, r);
-    fp_words(r, l);
-    store32_be(out, r);
-    store32_be(out + 4, l);
+    crypt_block<true>(ks.k, in, out);
+}
+
+void des_encrypt_blocks(const DesKeySchedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+    crypt_blocks<1>(&ks, in, out, n);
+}
+
+void des_cbc_encrypt(const DesKeySchedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t chain[8]) {
+    cbc_encrypt<1>(&ks, in, out, n, chain);
 }
 
 // ---- DES-EDE -----------------------------------------------------------------
@@ -321,12 +529,22 @@ uint32_t des_ede_set_key(const uint8_t *key, uint32_t key_length, DesEdeKeySched
 void des_ede_block(const DesEdeKeySchedule &ks, const uint8_t in[8], uint8_t out[8]) {
     uint32_t l = load32_be(in), r = load32_be(in + 4);
     ip_words(l, r);
-    rounds<false>(ks.pass[0].k, l, r);  // leaves L16 in l, R16 in r
-    rounds<false>(ks.pass[1].k, r, l);
-    rounds<false>(ks.pass[2].k, l, r);
-    fp_words(r, l);
-    store32_be(out, r);
-    store32_be(out + 4, l);
+    uint64_t hl[1] = {form_of(l)}, hr[1] = {form_of(r)};
+    rounds<false>(ScheduleKeys{ks.pass[0].k}, hl, hr);  // leaves L16 in hl, R16 in hr
+    rounds<false>(ScheduleKeys{ks.pass[1].k}, hr, hl);
+    rounds<false>(ScheduleKeys{ks.pass[2].k}, hl, hr);
+    l = word_of(hr[0]), r = word_of(hl[0]);
+    fp_words(l, r);
+    store32_be(out, l);
+    store32_be(out + 4, r);
+}
+
+void des_ede_blocks(const DesEdeKeySchedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+    crypt_blocks<3>(ks.pass, in, out, n);
+}
+
+void des_ede_cbc_encrypt(const DesEdeKeySchedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t chain[8]) {
+    cbc_encrypt<3>(ks.pass, in, out, n, chain);
 }
 
 }  // namespace kry

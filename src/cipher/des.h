@@ -4,6 +4,7 @@
 #ifndef KRY_SRC_CIPHER_DES_H
 #define KRY_SRC_CIPHER_DES_H
 
+#include <cstddef>
 #include <cstdint>
 
 namespace kry {
@@ -33,6 +34,14 @@ void des_encrypt_block(const DesKeySchedule &ks, const uint8_t in[8], uint8_t ou
 // The same with the subkeys taken in reverse schedule order: the inverse of
 // des_encrypt_block under the same schedule.  in == out is allowed.
 void des_decrypt_block(const DesKeySchedule &ks, const uint8_t in[8], uint8_t out[8]);
+
+// n blocks through des_encrypt_block (several in flight at once); in == out
+// is allowed.
+void des_encrypt_blocks(const DesKeySchedule &ks, const uint8_t *in, uint8_t *out, size_t n);
+// CBC encryption of n blocks with des_encrypt_block: chain holds the
+// chaining value and is left holding the last output block.  in == out is
+// allowed.
+void des_cbc_encrypt(const DesKeySchedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t chain[8]);
 
 // Raw form without the initial and final permutations, for DES-EDE and
 // MDC-2: des_ip turns the big-endian block words (left, right) into the
@@ -64,6 +73,9 @@ uint32_t des_ede_set_key(const uint8_t *key, uint32_t key_length, DesEdeKeySched
 // One 8-byte block through the three passes (IP and FP once).  in == out is
 // allowed.
 void des_ede_block(const DesEdeKeySchedule &ks, const uint8_t in[8], uint8_t out[8]);
+// The same over n blocks, and CBC encryption as des_cbc_encrypt does it.
+void des_ede_blocks(const DesEdeKeySchedule &ks, const uint8_t *in, uint8_t *out, size_t n);
+void des_ede_cbc_encrypt(const DesEdeKeySchedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t chain[8]);
 
 }  // namespace kry
 

@@ -15,6 +15,15 @@ struct DesEde {
     using Schedule = DesEdeKeySchedule;
     static void encrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { des_ede_block(ks, in, out); }
     static void decrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { des_ede_block(ks, in, out); }
+    static void encrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+        des_ede_blocks(ks, in, out, n);
+    }
+    static void decrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+        des_ede_blocks(ks, in, out, n);
+    }
+    static void cbc_encrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain) {
+        des_ede_cbc_encrypt(ks, in, out, n, chain);
+    }
     static constexpr ModeErrors kErrors{0x04020003, 0x04030003, 0x04040003, 0x04050003, 0x04060003};
     static constexpr uint32_t kErrInit = 0x04010003;  // F_INIT_DES_EDE_KEY, invalid input
 

@@ -13,6 +13,15 @@ struct Des {
     using Schedule = DesKeySchedule;
     static void encrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { des_encrypt_block(ks, in, out); }
     static void decrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { des_encrypt_block(ks, in, out); }
+    static void encrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+        des_encrypt_blocks(ks, in, out, n);
+    }
+    static void decrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+        des_encrypt_blocks(ks, in, out, n);
+    }
+    static void cbc_encrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain) {
+        des_cbc_encrypt(ks, in, out, n, chain);
+    }
     static constexpr ModeErrors kErrors{0x03020003, 0x03030003, 0x03040003, 0x03050003, 0x03060003};
     static constexpr uint32_t kErrInit = 0x03010003;  // F_INIT_DES_KEY, invalid input
 

@@ -382,6 +382,24 @@ uint32_t ctr(BLOCK_CIPHER_UNIT *unit, uint8_t *out, const uint8_t *in, uint32_t 
             }
         }
     }
+    if constexpr (MultiBlock<C> && B == 8) {
+        if (pos == 0 && length >= 2 * B) {
+            uint8_t ks_buf[kBatch * B];
+            WipeOnExit wipe_ks(ks_buf);
+            while (length >= 2 * B) {
+                const uint32_t m = std::min(length / B, kBatch);
+                uint64_t c = load64_be(counter);
+                for (uint32_t j = 0; j < m; j++)
+                    store64_be(ks_buf + j * B, c++);  // the 64-bit increment of increment_counter64
+                store64_be(counter, c);
+                C::encrypt_blocks(*ks, ks_buf, ks_buf, m);
+                for (uint32_t j = 0; j < m; j++)
+                    xor_block<B>(out + j * B, in + j * B, ks_buf + j * B);
+                std::memcpy(stream, ks_buf + (m - 1) * B, B);
+                in += m * B, out += m * B, length -= m * B;
+            }
+        }
+    }
     while (length > 0) {
         if (pos == 0 && length >= B) {
             next_block();

@@ -16,6 +16,8 @@
 #include "foundation/common.h"
 
 #include <array>
+#include <cstddef>
+#include <cstring>
 
 namespace kry {
 namespace {
@@ -87,40 +89,156 @@ constexpr auto kSS = make_ss();
 static_assert(kSS[0][0] == 0x2989A1A8 && kSS[1][0] == 0x38380830 && kSS[2][0] == 0xA1A82989 &&
               kSS[3][0] == 0x08303838);
 
-inline uint32_t g(uint32_t x) {
-    return kSS[0][x & 0xFF] ^ kSS[1][(x >> 8) & 0xFF] ^ kSS[2][(x >> 16) & 0xFF] ^ kSS[3][x >> 24];
+// Pins a value as computed: keeps the compiler from folding it back into the
+// expressions that use it (a shallow xor tree staying a tree, a value formed
+// early staying early).
+[[gnu::always_inline]] inline uint32_t opaque(uint32_t v) {
+#if defined(__GNUC__)
+    __asm__("" : "+r"(v));
+#endif
+    return v;
 }
+
+// The four tables, addressed through one base register.
+[[gnu::always_inline]] inline const uint32_t *ss_base() {
+    const uint32_t *p = kSS[0].data();
+#if defined(__GNUC__)
+    __asm__("" : "+r"(p));
+#endif
+    return p;
+}
+static_assert(sizeof(kSS) == 4 * 256 * 4);
+
+// Table n's entry i.
+template <int N> [[gnu::always_inline]] inline uint32_t ss(const uint32_t *t, size_t i) {
+    uint32_t v;
+    std::memcpy(&v, reinterpret_cast<const unsigned char *>(t) + 1024 * N + 4 * i, 4);
+    return v;
+}
+
+[[gnu::always_inline]] inline uint32_t g(const uint32_t *t, uint32_t x) {
+    // Indices taken from a 64-bit copy: the table offsets then fold into the
+    // addressing rather than into the byte indices.
+    const uint64_t y = x;
+    const size_t b0 = y & 0xFF, b1 = (y >> 8) & 0xFF, b2 = (y >> 16) & 0xFF, b3 = y >> 24;
+    return opaque(ss<0>(t, b0) ^ ss<1>(t, b1)) ^ opaque(ss<2>(t, b2) ^ ss<3>(t, b3));
+}
+
+[[gnu::always_inline]] inline uint32_t g(uint32_t x) { return g(kSS[0].data(), x); }
 
 // ---- rounds --------------------------------------------------------------------
 
-// One round: (l0, l1) ^= F(r0, r1, K) with the round key K = k[0], k[1].
-// F (RFC 4269 2.1): C = R0 ^ K0, D = R1 ^ K1;
-//   D = G(C ^ D); C = G(C + D); D = G(D + C); C = C + D;  F = C || D.
-inline void half_round(uint32_t &l0, uint32_t &l1, uint32_t r0, uint32_t r1, const uint32_t *k) {
-    uint32_t c = r0 ^ k[0];
-    uint32_t d = g((r1 ^ k[1]) ^ c);
-    c = g(c + d);
-    d = g(d + c);
-    c += d;
-    l0 ^= c;
-    l1 ^= d;
+// The 128-bit block as four big-endian words: L = l0||l1, R = r0||r1.
+struct Block {
+    uint32_t l0, l1, r0, r1;
+};
+
+inline Block load_block(const uint8_t *p) {
+    return {load32_be(p), load32_be(p + 4), load32_be(p + 8), load32_be(p + 12)};
 }
 
-// Sixteen rounds, two per step so the halves need no swapping; the last
-// round does not swap, so the output is R16 || L16 of the standard's
-// numbering.  Decryption is the same network with the round keys reversed.
-template <bool Decrypt> inline void crypt(const uint8_t *in, uint8_t *out, const SEED_SCHEDULE &ks) {
-    uint32_t l0 = load32_be(in), l1 = load32_be(in + 4);
-    uint32_t r0 = load32_be(in + 8), r1 = load32_be(in + 12);
-    for (int i = 0; i < 16; i += 2) {
-        const int a = Decrypt ? 15 - i : i, b = Decrypt ? 14 - i : i + 1;
-        half_round(l0, l1, r0, r1, ks.k + 2 * a);
-        half_round(r0, r1, l0, l1, ks.k + 2 * b);
+// The output R16 || L16 of the rounds below.
+inline void store_block(uint8_t *p, const Block &b) {
+    store32_be(p, b.r0);
+    store32_be(p + 4, b.r1);
+    store32_be(p + 8, b.l0);
+    store32_be(p + 12, b.l1);
+}
+
+// Round i of the sixteen (0-based) for direction Decrypt: the index of its
+// round key.
+template <bool Decrypt> constexpr int key_index(int i) { return Decrypt ? 15 - i : i; }
+
+// One block in the rounds.  The round (RFC 4269 2.1) is
+//   (L, R) -> (R, L ^ F(R, K)),  F: C = R0 ^ K0, D = R1 ^ K1;
+//   D = G(C ^ D); C = G(C + D); D = G(D + C); C = C + D;  F = C || D.
+// R is held as Q ^ (c, d): Q known a round early, (c, d) the last F output,
+// so the next round's input is formed one xor after F is done, and the
+// chain through the block is three G's, their additions and one xor per
+// round.
+struct Lane {
+    uint32_t p0, p1;  // L
+    uint32_t q0, q1;  // R = (q0 ^ c, q1 ^ d)
+    uint32_t c, d;
+};
+
+[[gnu::always_inline]] inline Lane lane_of(const Block &b) { return {b.l0, b.l1, b.r0, b.r1, 0, 0}; }
+
+[[gnu::always_inline]] inline void lane_round(const uint32_t *t, Lane &s, uint32_t k0, uint32_t k1) {
+    const uint32_t u0 = s.q0 ^ k0;
+    const uint32_t u1 = opaque(s.q1 ^ k1 ^ u0);
+    uint32_t c = u0 ^ s.c;
+    uint32_t d = g(t, (u1 ^ s.d) ^ s.c);
+    c = g(t, c + d);
+    d = g(t, d + c);
+    c += d;
+    // L' = R, R' = L ^ F.
+    const uint32_t r0 = s.q0 ^ s.c, r1 = s.q1 ^ s.d;
+    s.q0 = s.p0, s.q1 = s.p1;
+    s.p0 = r0, s.p1 = r1;
+    s.c = c, s.d = d;
+}
+
+// Sixteen rounds in the swapping form, leaving L16 in the block's l words
+// and R16 in its r words; the output block is R16 || L16 (the last round of
+// the standard does not swap).  Decryption is the same network with the
+// round keys reversed.  Fully unrolled; with N blocks the rounds
+// of the blocks alternate, so their independent chains overlap.
+template <bool Decrypt, int N>
+[[gnu::always_inline]] inline void rounds(Block (&b)[N], const uint32_t *k) {
+    const uint32_t *t = ss_base();
+    Lane s[N];
+#pragma GCC unroll 4
+    for (int j = 0; j < N; j++)
+        s[j] = lane_of(b[j]);
+#pragma GCC unroll 16
+    for (int i = 0; i < 16; i++) {
+        const int a = key_index<Decrypt>(i);
+        const uint32_t k0 = k[2 * a], k1 = k[2 * a + 1];
+#pragma GCC unroll 4
+        for (int j = 0; j < N; j++)
+            lane_round(t, s[j], k0, k1);
     }
-    store32_be(out, r0);
-    store32_be(out + 4, r1);
-    store32_be(out + 8, l0);
-    store32_be(out + 12, l1);
+#pragma GCC unroll 4
+    for (int j = 0; j < N; j++)
+        b[j] = {s[j].p0, s[j].p1, s[j].q0 ^ s[j].c, s[j].q1 ^ s[j].d};
+}
+
+template <bool Decrypt>
+[[gnu::always_inline]] inline void crypt(const uint8_t *in, uint8_t *out, const SEED_SCHEDULE &ks) {
+    Block b[1] = {load_block(in)};
+    rounds<Decrypt>(b, ks.k);
+    store_block(out, b[0]);
+}
+
+// n blocks, two at a time.
+template <bool Decrypt> void crypt_blocks(const uint8_t *in, uint8_t *out, size_t n, const SEED_SCHEDULE &ks) {
+    for (; n >= 2; n -= 2, in += 32, out += 32) {
+        Block b[2] = {load_block(in), load_block(in + 16)};
+        rounds<Decrypt>(b, ks.k);
+        store_block(out, b[0]);
+        store_block(out + 16, b[1]);
+    }
+    if (n != 0)
+        crypt<Decrypt>(in, out, ks);
+}
+
+// CBC encryption with the chaining value kept in registers: each block's
+// input is its plaintext words xor the previous output words.
+void cbc_encrypt(const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain, const SEED_SCHEDULE &ks) {
+    if (n == 0)
+        return;
+    uint32_t c0 = load32_be(chain), c1 = load32_be(chain + 4), c2 = load32_be(chain + 8), c3 = load32_be(chain + 12);
+    for (; n != 0; n--, in += 16, out += 16) {
+        Block b[1] = {{load32_be(in) ^ c0, load32_be(in + 4) ^ c1, load32_be(in + 8) ^ c2, load32_be(in + 12) ^ c3}};
+        rounds<false>(b, ks.k);
+        c0 = b[0].r0, c1 = b[0].r1, c2 = b[0].l0, c3 = b[0].l1;
+        store_block(out, b[0]);
+    }
+    store32_be(chain, c0);
+    store32_be(chain + 4, c1);
+    store32_be(chain + 8, c2);
+    store32_be(chain + 12, c3);
 }
 
 // Key-schedule constants KC_i = the golden-ratio word 9E3779B9 rotated left
@@ -175,6 +293,15 @@ struct Seed {
     using Schedule = SEED_SCHEDULE;
     static void encrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { crypt<false>(in, out, ks); }
     static void decrypt(const Schedule &ks, const uint8_t *in, uint8_t *out) { crypt<true>(in, out, ks); }
+    static void encrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+        crypt_blocks<false>(in, out, n, ks);
+    }
+    static void decrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
+        crypt_blocks<true>(in, out, n, ks);
+    }
+    static void cbc_encrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain) {
+        cbc_encrypt(in, out, n, chain, ks);
+    }
     static constexpr ModeErrors kErrors{0x05020003, 0x05030003, 0x05040003, 0x05050003, 0x05060003};
     static constexpr uint32_t kErrInit = 0x05010003;  // F_INIT_SEED_KEY, invalid input
 
