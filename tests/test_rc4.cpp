@@ -179,3 +179,49 @@ TEST(Rc4, MatchesOpenSsl) {
         ASSERT_EQ(to_hex(rc4(key, msg)), to_hex(want)) << "key length " << key.size();
     }
 }
+
+// The record after each call, and the output, against the byte-at-a-time
+// generator written here, for every starting index modulo 8 and lengths
+// around the 8-byte steps; also from tampered records (entries above 255,
+// indices above 255), where only the low bytes of the entries take part in
+// the indices and the output and the entries themselves are swapped whole.
+TEST(Rc4, RecordMatchesByteWiseGenerator) {
+    auto reference = [](RC4_UNIT &u, const uint8_t *in, uint32_t length, uint8_t *out) {
+        auto i = static_cast<uint8_t>(u.i), j = static_cast<uint8_t>(u.j);
+        for (uint32_t n = 0; n < length; n++) {
+            i = static_cast<uint8_t>(i + 1);
+            const uint32_t si = u.S[i];
+            j = static_cast<uint8_t>(j + si);
+            const uint32_t sj = u.S[j];
+            u.S[i] = sj;
+            u.S[j] = si;
+            out[n] = static_cast<uint8_t>(in[n] ^ u.S[static_cast<uint8_t>(si + sj)]);
+        }
+        u.i = i;
+        u.j = j;
+    };
+    kry_test::TestRng rng(0x52C4);
+    for (int round = 0; round < 200; round++) {
+        RC4_UNIT ours, theirs;
+        const Bytes key = rng.bytes(1 + rng.below(32));
+        ASSERT_EQ(init_RC4(&ours, key.data(), static_cast<int32_t>(key.size())), 0u);
+        if (round % 4 == 3) {
+            for (auto &s : ours.S) s ^= static_cast<uint32_t>(rng.below(0x10000)) << 8;
+            ours.i = static_cast<uint32_t>(rng.below(0x10000)) << 8 | static_cast<uint32_t>(rng.below(256));
+            ours.j = static_cast<uint32_t>(rng.below(0x10000)) << 8 | static_cast<uint32_t>(rng.below(256));
+        } else if (round % 4 == 2) {
+            // A small state space so that j often lands on the next i.
+            for (uint32_t n = 0; n < 256; n++) ours.S[n] = n % 3;
+        }
+        std::memcpy(&theirs, &ours, sizeof ours);
+        for (int call = 0; call < 12; call++) {
+            const uint32_t length = static_cast<uint32_t>(1 + rng.below(call % 3 == 0 ? 600 : 24));
+            const Bytes msg = rng.bytes(length);
+            Bytes a(length), b(length);
+            ASSERT_EQ(do_RC4(&ours, msg.data(), length, a.data()), 0u);
+            reference(theirs, msg.data(), length, b.data());
+            ASSERT_EQ(to_hex(a), to_hex(b)) << "round " << round << " call " << call;
+            ASSERT_EQ(std::memcmp(&ours, &theirs, sizeof ours), 0) << "round " << round << " call " << call;
+        }
+    }
+}

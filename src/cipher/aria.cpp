@@ -494,6 +494,73 @@ template <int N, int K> KRY_TARGET_GFNI void crypt_gfni(const uint8_t (*rk)[16],
     }
 }
 
+// The diffusion layer followed by the next round's key addition: the key
+// joins the seven permuted copies in the XOR tree (eight terms, three levels
+// deep, like the seven alone), giving both inputs of the next substitution
+// layer, x ^ k and x ^ k ^ kBefore.
+KRY_TARGET_GFNI inline void diffuse_keyed_gfni(__m128i s, __m128i k1, __m128i k2, __m128i &x1, __m128i &x2) {
+    auto term = [s](int t) KRY_TARGET_GFNI { return _mm_shuffle_epi8(s, vload(&kMasks[t])); };
+    const __m128i a = _mm_xor_si128(term(0), term(1)), b = _mm_xor_si128(term(2), term(3));
+    const __m128i c = _mm_xor_si128(term(4), term(5)), t6 = term(6);
+    __m128i ab = _mm_xor_si128(a, b), e1 = _mm_xor_si128(c, _mm_xor_si128(t6, k1)),
+            e2 = _mm_xor_si128(c, _mm_xor_si128(t6, k2));
+    // Left to itself the compiler shares (a ^ b ^ c) between the two
+    // results, which puts a fourth XOR on the chain.
+    __asm__("" : "+x"(ab), "+x"(e1), "+x"(e2));
+    x1 = _mm_xor_si128(ab, e1);
+    x2 = _mm_xor_si128(ab, e2);
+}
+
+// CBC encryption of n blocks: each block depends on the one before, so the
+// time per block is the length of one block's chain of instructions.  The
+// round keys are laid out once per call, the chaining value stays in a
+// register, and the rounds are unrolled with the key additions folded into
+// the diffusion layers.
+template <int N>
+KRY_TARGET_GFNI void cbc_gfni(const uint8_t (*rk)[16], const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain) {
+    struct alignas(16) Keys {
+        __m128i k1[N], k2[N], last;
+    } keys;
+    const __m128i before = vload(&kBefore);
+#pragma GCC unroll 16
+    for (int r = 0; r < N; r++) {
+        keys.k1[r] = round_key(rk[r], r == 0 ? -1 : (r - 1) % 2);
+        keys.k2[r] = _mm_xor_si128(keys.k1[r], before);
+    }
+    keys.last = _mm_xor_si128(round_key(rk[N], -1), vload(&kAfter[1]));
+    // The chaining value c is the last substitution's output s with the
+    // last round key added; the next block's first key addition takes that
+    // key along (lk1, lk2), leaving one XOR with s on the chain between
+    // blocks.
+    const __m128i lk1 = _mm_xor_si128(keys.last, keys.k1[0]), lk2 = _mm_xor_si128(keys.last, keys.k2[0]);
+    const __m128i load_mask = vload(&kLoadMask), store_mask = vload(&kStoreMask);
+    __m128i s = _mm_xor_si128(
+        _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(chain)), load_mask), keys.last);
+    for (; n != 0; n--, in += 16, out += 16) {
+        const __m128i p = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(in)), load_mask);
+        __m128i x1 = _mm_xor_si128(_mm_xor_si128(p, lk1), s), x2 = _mm_xor_si128(_mm_xor_si128(p, lk2), s);
+#pragma GCC unroll 16
+        for (int r = 0; r < N - 1; r += 2) {
+            diffuse_keyed_gfni(substitute_gfni<0>(x1, x2), keys.k1[r + 1], keys.k2[r + 1], x1, x2);
+            if (r + 2 < N)
+                diffuse_keyed_gfni(substitute_gfni<1>(x1, x2), keys.k1[r + 2], keys.k2[r + 2], x1, x2);
+        }
+        s = substitute_gfni<1>(x1, x2);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_shuffle_epi8(_mm_xor_si128(s, keys.last), store_mask));
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(chain), _mm_shuffle_epi8(_mm_xor_si128(s, keys.last), store_mask));
+    wipe_object(keys);
+}
+
+KRY_TARGET_GFNI void cbc_hardware(const uint8_t (*rk)[16], int rounds, const uint8_t *in, uint8_t *out, size_t n,
+                                  uint8_t *chain) {
+    switch (rounds) {
+    case 12: cbc_gfni<12>(rk, in, out, n, chain); break;
+    case 14: cbc_gfni<14>(rk, in, out, n, chain); break;
+    default: cbc_gfni<16>(rk, in, out, n, chain); break;
+    }
+}
+
 template <int N>
 KRY_TARGET_GFNI void crypt_gfni_blocks(const uint8_t (*rk)[16], const uint8_t *in, uint8_t *out, size_t n) {
     for (; n >= 4; n -= 4, in += 64, out += 64)
@@ -513,6 +580,7 @@ KRY_TARGET_GFNI void crypt_hardware(const uint8_t (*rk)[16], int rounds, const u
 #else
 bool cpu_has_gfni() { return false; }
 void crypt_hardware(const uint8_t (*)[16], int, const uint8_t *, uint8_t *, size_t) {}
+void cbc_hardware(const uint8_t (*)[16], int, const uint8_t *, uint8_t *, size_t, uint8_t *) {}
 #endif
 
 std::atomic<bool> hardware_enabled{true};
@@ -648,6 +716,22 @@ void aria_decrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, const 
     crypt(ks.dec, rounds_of(ks), in, out, nblocks);
 }
 
+void aria_cbc_encrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, uint8_t chain[16],
+                             const ARIA_SCHEDULE &ks) {
+    if (use_hardware()) {
+        cbc_hardware(ks.enc, rounds_of(ks), in, out, nblocks, chain);
+        return;
+    }
+    uint8_t block[16];
+    for (; nblocks != 0; nblocks--, in += 16, out += 16) {
+        for (int i = 0; i < 16; i++)
+            block[i] = static_cast<uint8_t>(in[i] ^ chain[i]);
+        crypt(ks.enc, rounds_of(ks), block, chain, 1);
+        std::memcpy(out, chain, 16);
+    }
+    wipe_object(block);
+}
+
 // ---- the unit's functions ------------------------------------------------------------
 
 namespace cipher {
@@ -666,6 +750,9 @@ struct Aria {
     }
     static void decrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n) {
         aria_decrypt_blocks(in, out, n, ks);
+    }
+    static void cbc_encrypt_blocks(const Schedule &ks, const uint8_t *in, uint8_t *out, size_t n, uint8_t *chain) {
+        aria_cbc_encrypt_blocks(in, out, n, chain, ks);
     }
     static constexpr ModeErrors kErrors{0x06020003, 0x06030003, 0x06040003, 0x06050003, 0x06060003};
 

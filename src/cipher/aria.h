@@ -43,6 +43,12 @@ void aria_decrypt_block(const uint8_t in[16], uint8_t out[16], const ARIA_SCHEDU
 void aria_encrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, const ARIA_SCHEDULE &ks);
 void aria_decrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, const ARIA_SCHEDULE &ks);
 
+// CBC encryption of nblocks whole blocks with the encryption round keys,
+// chain holding the chaining value (the IV, then each ciphertext block in
+// turn); in == out is allowed.
+void aria_cbc_encrypt_blocks(const uint8_t *in, uint8_t *out, size_t nblocks, uint8_t chain[16],
+                             const ARIA_SCHEDULE &ks);
+
 // The block functions run on the processor's GFNI instructions when it has
 // them (x86, with SSSE3 and SSE4.1), on the table-driven rounds otherwise.
 // Tests switch the instructions off to exercise the tables on such

@@ -4,6 +4,7 @@
 #ifndef KRY_SRC_CIPHER_BLOWFISH_H
 #define KRY_SRC_CIPHER_BLOWFISH_H
 
+#include <cstddef>
 #include <cstdint>
 
 namespace kry {
@@ -27,6 +28,17 @@ uint32_t blowfish_set_key(BlowfishSchedule *ks, const uint8_t *key, uint32_t key
 // One 8-byte block; in == out is allowed.
 void blowfish_encrypt_block(const BlowfishSchedule &ks, const uint8_t in[8], uint8_t out[8]);
 void blowfish_decrypt_block(const BlowfishSchedule &ks, const uint8_t in[8], uint8_t out[8]);
+
+// CBC encryption of n whole blocks, chain holding the chaining value (the
+// IV, then each ciphertext block); in == out is allowed.
+void blowfish_cbc_encrypt_blocks(const BlowfishSchedule &ks, const uint8_t *in, uint8_t *out, size_t n,
+                                 uint8_t chain[8]);
+
+// The key expansion and the CBC function extract S-box indices with BMI1's
+// BEXTR when the processor has it; tests switch that off to run the
+// shift-and-mask form on such processors.
+bool blowfish_bextr_available();
+void blowfish_use_bextr(bool enabled);
 
 }  // namespace kry
 
