@@ -480,3 +480,30 @@ TEST_F(Hmac, ErrorWords) {
     EXPECT_EQ(HMac(KRY_SHA1, key, 4, nullptr, 4, out, &len), 0x0B020600u);
     EXPECT_EQ(HMac(KRY_SHA1, key, 4, key, 4, nullptr, &len), 0x0B030600u);
 }
+
+TEST_F(Hmac, StateAfterFinalIsAFreshlyInitialisedRecord) {
+    // final_HMAC leaves the digest state as the algorithm's init makes it,
+    // for every digest and for messages around the block length.
+    TestRng rng(198);
+    for (const auto &a : all_algs()) {
+        SCOPED_TRACE(a.name);
+        DIGEST_UNIT *fresh = new_DIGEST_UNIT();
+        ASSERT_EQ(init_Digest(fresh, a.id), 0u);
+        const Bytes key = rng.bytes(32);
+        HMAC_UNIT *u = new_HMAC_UNIT();
+        ASSERT_EQ(init_HMAC(u, a.id, key.data(), 32), 0u);
+        ASSERT_EQ(u->state_size, fresh->state_size);
+        for (size_t len : {size_t{0}, size_t{1}, size_t{a.block - 1}, size_t{a.block}, size_t{a.block + 1},
+                           size_t{3 * a.block + 5}}) {
+            const Bytes msg = rng.bytes(len);
+            const Bytes mac = unit_mac(u, msg);
+            if (a.openssl) {
+                EXPECT_EQ(to_hex(mac), to_hex(oracle::openssl_hmac(a.name, key, msg))) << len;
+            }
+            EXPECT_EQ(std::memcmp(u->digest->state, fresh->state, u->state_size), 0) << len;
+            EXPECT_EQ(u->phase, 3u);
+        }
+        free_HMAC_UNIT(u);
+        free_DIGEST_UNIT(fresh);
+    }
+}

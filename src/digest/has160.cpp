@@ -2,9 +2,38 @@
 // twenty steps, little-endian words.  The frame is simpler than the SHA one:
 // one block buffer, and the number of buffered bytes derived from the low
 // word of the bit count.
+#include "digest/has160.h"
+
 #include "foundation/common.h"
+#include "foundation/cpu.h"
 
 #include <kry/digest.h>
+
+#include <atomic>
+
+namespace kry::has160 {
+namespace {
+std::atomic<bool> bmi2_enabled{true};
+}
+
+#if defined(__x86_64__)
+std::atomic<signed char> bmi2_state{-1};
+
+bool settle_bmi2() {
+    const bool on = cpu::features().bmi2 && bmi2_enabled.load(std::memory_order_relaxed);
+    bmi2_state.store(on ? 1 : 0, std::memory_order_relaxed);
+    return on;
+}
+#endif
+
+void use_bmi2(bool enabled) {
+    bmi2_enabled.store(enabled, std::memory_order_relaxed);
+#if defined(__x86_64__)
+    settle_bmi2();
+#endif
+}
+
+}  // namespace kry::has160
 
 namespace kry {
 namespace {
@@ -42,15 +71,29 @@ constexpr uint32_t f(uint32_t x, uint32_t y, uint32_t z) {
         return x ^ y ^ z;
 }
 
+// One round of twenty steps.  Each step's sum e + X + K and f(b, c, d)
+// depend only on words of earlier steps, so they are formed first; the
+// rotation of a and one addition remain on the chain from step to step.
 template <int R>
-inline void round(uint32_t (&x)[20], uint32_t &a, uint32_t &b, uint32_t &c, uint32_t &d, uint32_t &e) {
+[[gnu::always_inline]] inline void round(uint32_t (&x)[20], uint32_t &a, uint32_t &b, uint32_t &c, uint32_t &d,
+                                         uint32_t &e) {
     for (int j = 0; j < 4; j++) {
         const auto &src = kExtra[R][j];
         x[16 + j] = x[src[0]] ^ x[src[1]] ^ x[src[2]] ^ x[src[3]];
     }
 #pragma GCC unroll 20
     for (int j = 0; j < 20; j++) {
-        uint32_t t = rotl32(a, kRotA[j]) + f<R>(b, c, d) + e + x[kOrder[R][j]] + kK[R];
+        uint32_t t = e + x[kOrder[R][j]];
+        if constexpr (R == 2) {
+            // f = c ^ (b | ~d) = ~(c ^ (~b & d)), and adding ~u is
+            // subtracting u + 1: one operation fewer than the NOT form.
+            t += kK[R] - 1;
+            t -= c ^ (~b & d);
+        } else {
+            t += kK[R];
+            t += f<R>(b, c, d);
+        }
+        t += rotl32(a, kRotA[j]);
         e = d;
         d = c;
         c = rotl32(b, kRotB[R]);
@@ -59,21 +102,140 @@ inline void round(uint32_t (&x)[20], uint32_t &a, uint32_t &b, uint32_t &c, uint
     }
 }
 
-void compress(HAS160_STATE &s, const uint8_t *p) {
+[[gnu::always_inline]] inline void compress_block(uint32_t (&h)[5], const uint8_t *p) {
     uint32_t x[20];
     for (int i = 0; i < 16; i++)
         x[i] = load32_le(p + 4 * i);
-    uint32_t a = s.h[0], b = s.h[1], c = s.h[2], d = s.h[3], e = s.h[4];
+    uint32_t a = h[0], b = h[1], c = h[2], d = h[3], e = h[4];
     round<0>(x, a, b, c, d, e);
     round<1>(x, a, b, c, d, e);
     round<2>(x, a, b, c, d, e);
     round<3>(x, a, b, c, d, e);
-    s.h[0] += a;
-    s.h[1] += b;
-    s.h[2] += c;
-    s.h[3] += d;
-    s.h[4] += e;
+    h[0] += a;
+    h[1] += b;
+    h[2] += c;
+    h[3] += d;
+    h[4] += e;
     wipe(x, sizeof x);
+}
+
+// The portable block function, n consecutive blocks.
+void compress_portable(uint32_t (&h)[5], const uint8_t *p, size_t n) {
+    for (; n != 0; n--, p += 64)
+        compress_block(h, p);
+}
+
+#if defined(__x86_64__)
+// One step with BMI2, written out instruction by instruction: the sum
+// accumulates in E's register (which becomes the new A; the caller rotates
+// the names), the word and the constant come in one lea, and B is rotated
+// in place by rorx into the new C.
+template <int R, int J>
+[[gnu::always_inline]] inline void step_bmi2(uint32_t a, uint32_t &b, uint32_t c, uint32_t d, uint32_t &e,
+                                             const uint32_t (&x)[20]) {
+    constexpr int kA = 32 - kRotA[J], kB = 32 - kRotB[R];
+    constexpr int32_t kSum = static_cast<int32_t>(R == 2 ? kK[R] - 1 : kK[R]);
+    uint32_t u;
+    if constexpr (R == 0) {
+        // f = (b & c) | (~b & d) = ((c ^ d) & b) ^ d
+        __asm__("add %[x], %[e]\n\t"
+                "mov %[c], %[u]\n\t"
+                "xor %[d], %[u]\n\t"
+                "and %[b], %[u]\n\t"
+                "xor %[d], %[u]\n\t"
+                "add %[u], %[e]\n\t"
+                "rorx %[ka], %[a], %[u]\n\t"
+                "add %[u], %[e]\n\t"
+                "rorx %[kb], %[b], %[b]"
+                : [e] "+r"(e), [b] "+r"(b), [u] "=&r"(u)
+                : [a] "r"(a), [c] "r"(c), [d] "r"(d), [x] "m"(x[kOrder[R][J]]), [ka] "i"(kA), [kb] "i"(kB)
+                : "cc");
+    } else if constexpr (R == 2) {
+        // f = c ^ (b | ~d) = ~(c ^ (~b & d)); adding it is subtracting
+        // c ^ (~b & d) after adding K - 1.
+        __asm__("mov %[x], %[u]\n\t"
+                "lea %c[k](%q[e], %q[u]), %k[e]\n\t"
+                "andn %[d], %[b], %[u]\n\t"
+                "xor %[c], %[u]\n\t"
+                "sub %[u], %[e]\n\t"
+                "rorx %[ka], %[a], %[u]\n\t"
+                "add %[u], %[e]\n\t"
+                "rorx %[kb], %[b], %[b]"
+                : [e] "+r"(e), [b] "+r"(b), [u] "=&r"(u)
+                : [a] "r"(a), [c] "r"(c), [d] "r"(d), [x] "m"(x[kOrder[R][J]]), [k] "i"(kSum), [ka] "i"(kA),
+                  [kb] "i"(kB)
+                : "cc");
+    } else {
+        // f = b ^ c ^ d
+        __asm__("mov %[x], %[u]\n\t"
+                "lea %c[k](%q[e], %q[u]), %k[e]\n\t"
+                "mov %[b], %[u]\n\t"
+                "xor %[c], %[u]\n\t"
+                "xor %[d], %[u]\n\t"
+                "add %[u], %[e]\n\t"
+                "rorx %[ka], %[a], %[u]\n\t"
+                "add %[u], %[e]\n\t"
+                "rorx %[kb], %[b], %[b]"
+                : [e] "+r"(e), [b] "+r"(b), [u] "=&r"(u)
+                : [a] "r"(a), [c] "r"(c), [d] "r"(d), [x] "m"(x[kOrder[R][J]]), [k] "i"(kSum), [ka] "i"(kA),
+                  [kb] "i"(kB)
+                : "cc");
+    }
+}
+
+// Five steps; the names come back to their places after each group.
+template <int R, int J>
+[[gnu::always_inline]] inline void five_steps_bmi2(uint32_t &a, uint32_t &b, uint32_t &c, uint32_t &d, uint32_t &e,
+                                                   const uint32_t (&x)[20]) {
+    step_bmi2<R, J>(a, b, c, d, e, x);
+    step_bmi2<R, J + 1>(e, a, b, c, d, x);
+    step_bmi2<R, J + 2>(d, e, a, b, c, x);
+    step_bmi2<R, J + 3>(c, d, e, a, b, x);
+    step_bmi2<R, J + 4>(b, c, d, e, a, x);
+}
+
+template <int R>
+[[gnu::always_inline]] inline void round_bmi2(uint32_t (&x)[20], uint32_t &a, uint32_t &b, uint32_t &c, uint32_t &d,
+                                              uint32_t &e) {
+    for (int j = 0; j < 4; j++) {
+        const auto &src = kExtra[R][j];
+        x[16 + j] = x[src[0]] ^ x[src[1]] ^ x[src[2]] ^ x[src[3]];
+    }
+    five_steps_bmi2<R, 0>(a, b, c, d, e, x);
+    five_steps_bmi2<R, 5>(a, b, c, d, e, x);
+    five_steps_bmi2<R, 10>(a, b, c, d, e, x);
+    five_steps_bmi2<R, 15>(a, b, c, d, e, x);
+}
+
+// The same block function on BMI2 steps (the order of the steps' words and
+// the extra words as in the portable one).
+__attribute__((target("bmi,bmi2"))) void compress_bmi2(uint32_t (&h)[5], const uint8_t *p, size_t n) {
+    for (; n != 0; n--, p += 64) {
+        uint32_t x[20];
+        for (int i = 0; i < 16; i++)
+            x[i] = load32_le(p + 4 * i);
+        uint32_t a = h[0], b = h[1], c = h[2], d = h[3], e = h[4];
+        round_bmi2<0>(x, a, b, c, d, e);
+        round_bmi2<1>(x, a, b, c, d, e);
+        round_bmi2<2>(x, a, b, c, d, e);
+        round_bmi2<3>(x, a, b, c, d, e);
+        h[0] += a;
+        h[1] += b;
+        h[2] += c;
+        h[3] += d;
+        h[4] += e;
+        wipe(x, sizeof x);
+    }
+}
+#endif
+
+// n consecutive 64-byte blocks into the chaining value.
+void compress(HAS160_STATE &s, const uint8_t *p, size_t n = 1) {
+#if defined(__x86_64__)
+    if (has160::has_bmi2())
+        return compress_bmi2(s.h, p, n);
+#endif
+    compress_portable(s.h, p, n);
 }
 
 inline uint32_t buffered(const HAS160_STATE &s) { return (s.count_low >> 3) & 63; }
@@ -116,8 +278,10 @@ KRY_API uint32_t update_HAS160(HAS160_STATE *state, const uint8_t *data, uint32_
     // Whole blocks are compressed straight from the input; the last of them
     // is left in the block buffer, as if each had been copied there first.
     if (length >= 64) {
-        for (; length >= 64; data += 64, length -= 64)
-            kry::compress(*state, data);
+        const uint32_t n = length / 64;
+        kry::compress(*state, data, n);
+        data += 64 * n;
+        length -= 64 * n;
         std::memcpy(state->block, data - 64, 64);
     }
     if (length != 0)

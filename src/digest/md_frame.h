@@ -38,6 +38,57 @@ struct FrameErrors {
     uint32_t final_fill;    // block fill at or above the block size
 };
 
+// Sixteen-byte lanes for assembling blocks: every byte of a block the
+// block function reads is written by one sixteen-byte store, which the
+// processor forwards to its load at once (a load spanning several smaller
+// stores waits for them to reach the cache).
+typedef signed char V16 __attribute__((vector_size(16)));
+typedef uint64_t V2x64 __attribute__((vector_size(16)));
+
+// dst = the first n (< B) bytes of src, the 0x80 byte at n, zeros, and with
+// `length` the length field (already in its byte order) in the last 8 bytes.
+template <size_t B>
+inline void last_block(uint8_t *dst, const uint8_t *src, size_t n, bool length, uint64_t length_field) {
+    static_assert(B % 16 == 0 && B <= 128);
+    const V16 index = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    const V16 limit = V16{} + static_cast<signed char>(n);
+    const V16 marker = V16{} + static_cast<signed char>(-128);
+    for (size_t c = 0; c < B; c += 16) {
+        V16 v;
+        std::memcpy(&v, src + c, 16);
+        const V16 at = index + static_cast<signed char>(c);
+        v = (v & (at < limit)) | (marker & (at == limit));
+        if (c == B - 16 && length) {
+            V2x64 u = (V2x64)v;  // the same sixteen bytes as two words
+            u[1] = length_field;
+            v = (V16)u;
+        }
+        std::memcpy(dst + c, &v, 16);
+    }
+}
+
+// dst = zeros and the length field in the last 8 bytes.
+template <size_t B>
+inline void length_block(uint8_t *dst, uint64_t length_field) {
+    for (size_t c = 0; c < B; c += 16) {
+        V2x64 u = {0, c == B - 16 ? length_field : 0};
+        std::memcpy(dst + c, &u, 16);
+    }
+}
+
+// Copies n bytes; short copies move sixteen bytes at a time, so that a
+// block written that way is read back by the same sixteen-byte pieces.
+inline void copy_bytes(uint8_t *dst, const uint8_t *src, size_t n) {
+    if (n > 64) {
+        std::memcpy(dst, src, n);
+        return;
+    }
+    for (; n >= 16; n -= 16, dst += 16, src += 16)
+        std::memcpy(dst, src, 16);
+    for (; n != 0; n--)
+        *dst++ = *src++;
+}
+
 // init: the initial hash value, counts and fills zero, both buffers zeroed.
 template <class T>
 uint32_t init(typename T::State *s, uint32_t null_error) {
@@ -77,7 +128,7 @@ uint32_t update(typename T::State *s, const uint8_t *data, uint32_t len, const F
             continue;
         }
         size_t take = std::min<size_t>(B - s->staging_fill, len);
-        std::memcpy(s->staging + s->staging_fill, data, take);
+        copy_bytes(s->staging + s->staging_fill, data, take);
         s->staging_fill = static_cast<uint8_t>(s->staging_fill + take);
         data += take;
         len -= static_cast<uint32_t>(take);
@@ -100,31 +151,46 @@ uint32_t final(typename T::State *s, uint8_t *out, const FrameErrors &e) {
     if (s->block_fill >= B || s->staging_fill >= B)
         return e.final_fill;
 
-    // Move the staged bytes behind whatever the block buffer holds.
-    if (s->staging_fill != 0) {
-        size_t n = std::min<size_t>(s->staging_fill, B - s->block_fill);
-        std::memcpy(s->block + s->block_fill, s->staging, n);
-        s->block_fill += static_cast<uint32_t>(n);
-        if (s->block_fill == B) {
+    auto length_field = [s] {
+        return T::kBigEndian ? __builtin_bswap64(s->bit_count) : s->bit_count;
+    };
+    if (s->block_fill == 0) {
+        // The usual case (update never fills the block buffer): the staged
+        // bytes, fewer than a block, become the start of the last block;
+        // the bytes the staging buffer keeps past them are not taken.
+        const size_t fill = s->staging_fill;
+        s->bit_count += 8 * static_cast<uint64_t>(fill);
+        const bool fits = fill < kPadLimit;
+        last_block<B>(s->block, s->staging, fill, fits, length_field());
+        if (!fits) {
             T::compress(*s, s->block);
-            s->bit_count += T::kFlushBits;
-            s->block_fill = 0;
+            length_block<B>(s->block, length_field());
         }
-    }
-    s->bit_count += 8 * static_cast<uint64_t>(s->block_fill);
-
-    size_t fill = s->block_fill;
-    s->block[fill++] = 0x80;
-    if (fill > kPadLimit) {
+    } else {
+        // Move the staged bytes behind whatever the block buffer holds.
+        if (s->staging_fill != 0) {
+            size_t n = std::min<size_t>(s->staging_fill, B - s->block_fill);
+            std::memcpy(s->block + s->block_fill, s->staging, n);
+            s->block_fill += static_cast<uint32_t>(n);
+            if (s->block_fill == B) {
+                T::compress(*s, s->block);
+                s->bit_count += T::kFlushBits;
+                s->block_fill = 0;
+            }
+        }
+        size_t fill = s->block_fill;
+        s->bit_count += 8 * static_cast<uint64_t>(fill);
         std::memset(s->block + fill, 0, B - fill);
-        T::compress(*s, s->block);
-        fill = 0;
+        s->block[fill++] = 0x80;
+        if (fill > kPadLimit) {
+            T::compress(*s, s->block);
+            std::memset(s->block, 0, kLengthAt);
+        }
+        if constexpr (T::kBigEndian)
+            store64_be(s->block + kLengthAt, s->bit_count);
+        else
+            store64_le(s->block + kLengthAt, s->bit_count);
     }
-    std::memset(s->block + fill, 0, kLengthAt - fill);
-    if constexpr (T::kBigEndian)
-        store64_be(s->block + kLengthAt, s->bit_count);
-    else
-        store64_le(s->block + kLengthAt, s->bit_count);
     T::compress(*s, s->block);
     T::output(*s, out);
 

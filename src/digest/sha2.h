@@ -7,9 +7,11 @@
 #include "digest/sha_x86.h"
 #include "foundation/common.h"
 
+#include <atomic>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 namespace kry::sha2 {
@@ -19,7 +21,16 @@ namespace kry::sha2 {
 // once in AVX2 registers and the rounds on BMI2 rotates, chosen at run time
 // (CPUID) when the processor has both and the path has not been switched off
 // with use_sha512_avx2(false) (tests use that to run the portable code too).
-bool has_sha512_avx2();
+// The answer is settled on first use (-1 until then) and again by
+// use_sha512_avx2(); it is read for every block function call.
+extern std::atomic<signed char> sha512_avx2_state;
+bool settle_sha512_avx2();
+inline bool has_sha512_avx2() {
+    const signed char s = sha512_avx2_state.load(std::memory_order_relaxed);
+    if (s < 0) [[unlikely]]
+        return settle_sha512_avx2();
+    return s != 0;
+}
 void use_sha512_avx2(bool enabled);
 void sha512_compress_avx2(uint64_t h[8], const uint8_t *blocks, size_t nblocks);
 #else
@@ -118,8 +129,26 @@ void compress(W (&h)[8], const uint8_t *block) {
 }
 
 // The first n chaining words, big-endian.
+// All eight go out in sixteen-byte stores, so that a caller reading the
+// digest by sixteen-byte pieces (the outer hash of HMAC) is not held up.
 template <class W>
 void output(const W (&h)[8], uint8_t *out, int n = 8) {
+    if (n == 8) {
+        typedef uint64_t V __attribute__((vector_size(16)));
+        for (int i = 0; i < 8; i += 16 / static_cast<int>(sizeof(W))) {
+            V v;
+            if constexpr (sizeof(W) == 4) {
+                // Two words at a time: big-endian bytes of h[i], then of h[i + 1].
+                v[0] = std::rotr(__builtin_bswap64(h[i] | uint64_t{h[i + 1]} << 32), 32);
+                v[1] = std::rotr(__builtin_bswap64(h[i + 2] | uint64_t{h[i + 3]} << 32), 32);
+            } else {
+                v[0] = __builtin_bswap64(h[i]);
+                v[1] = __builtin_bswap64(h[i + 1]);
+            }
+            std::memcpy(out + sizeof(W) * i, &v, 16);
+        }
+        return;
+    }
     for (int i = 0; i < n; i++)
         Params<W>::store(out + sizeof(W) * i, h[i]);
 }

@@ -20,11 +20,18 @@ namespace {
 std::atomic<bool> enabled{true};
 }
 
-void use_sha_extensions(bool on) { enabled.store(on, std::memory_order_relaxed); }
+std::atomic<signed char> sha_extensions_state{-1};
 
-bool has_sha_extensions() {
+bool settle_sha_extensions() {
     const auto &f = cpu::features();
-    return f.sha && f.ssse3 && f.sse41 && enabled.load(std::memory_order_relaxed);
+    const bool on = f.sha && f.ssse3 && f.sse41 && enabled.load(std::memory_order_relaxed);
+    sha_extensions_state.store(on ? 1 : 0, std::memory_order_relaxed);
+    return on;
+}
+
+void use_sha_extensions(bool on) {
+    enabled.store(on, std::memory_order_relaxed);
+    settle_sha_extensions();
 }
 
 #define KRY_TARGET_SHA __attribute__((target("sha,ssse3,sse4.1")))

@@ -12,6 +12,18 @@
 #include <cstdio>
 #include <cstdlib>
 
+namespace {
+
+// Only the check build tracks blocks; elsewhere there is nothing to forget
+// and the release path makes no call for it.
+inline void forget([[maybe_unused]] void *ptr) {
+#if defined(KRY_WIPE_CHECK)
+    kry::wipecheck::forget(ptr);
+#endif
+}
+
+}  // namespace
+
 extern "C" {
 
 KRY_API void *(lum_malloc)(uint32_t size, const char *, int32_t) { return std::malloc(size); }
@@ -22,12 +34,12 @@ KRY_API void *(lum_calloc)(uint32_t count, uint32_t size, const char *, int32_t)
 }
 
 KRY_API void *(lum_realloc)(void *ptr, uint32_t size, const char *, int32_t) {
-    kry::wipecheck::forget(ptr);
+    forget(ptr);
     return std::realloc(ptr, size);
 }
 
 KRY_API void (lum_free)(void *ptr, const char *, int32_t) {
-    kry::wipecheck::forget(ptr);
+    forget(ptr);
     std::free(ptr);
 }
 
@@ -37,7 +49,7 @@ KRY_API void (lum_Free)(void *ptr, uint32_t length) {
     if (ptr == nullptr)
         return;
     kry::wipe(ptr, length);
-    kry::wipecheck::forget(ptr);
+    forget(ptr);
     std::free(ptr);
 }
 
