@@ -21,7 +21,7 @@
 #include <cstdint>
 #include <cstring>
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KRY_BIGINT_PORTABLE)
 #include <x86intrin.h>
 #endif
 
@@ -116,7 +116,7 @@ inline void store_pair(uint32_t *p, uint64_t v) { std::memcpy(p, &v, sizeof v); 
 // the carry out.  z may be x or y.
 uint32_t add_words(uint32_t *z, const uint32_t *x, int32_t m, const uint32_t *y, int32_t n) {
     int32_t i = 0;
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KRY_BIGINT_PORTABLE)
     // Four words per step in one add-with-carry chain.
     unsigned char c = 0;
     for (; i + 4 <= n; i += 4) {
@@ -156,7 +156,7 @@ uint32_t add_words(uint32_t *z, const uint32_t *x, int32_t m, const uint32_t *y,
 // the borrow out.  z may be x or y.
 uint32_t sub_words(uint32_t *z, const uint32_t *x, int32_t m, const uint32_t *y, int32_t n) {
     int32_t i = 0;
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KRY_BIGINT_PORTABLE)
     unsigned char c = 0;
     for (; i + 4 <= n; i += 4) {
         unsigned long long t0, t1;
