@@ -974,38 +974,39 @@ struct DigitWork {
         kry::wipe(x, sizeof x);
     }
     void mul(u64 *r, const u64 *a, const u64 *b) { kry::ifma::amm(r, a, b, m, k0, digits); }
+    void sqr(u64 *r, const u64 *a) { mul(r, a, a); }
 };
 
-int ifma_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w, const BIGINT_MONT *ctx,
-             BIGINT_POOL *pool) {
+// Loads m, k0 and R^2 mod m for R = 2^(52 D).
+int digit_setup(DigitWork &wk, const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
     const BIGINT *mod = &ctx->modulus;
     const int32_t n = mod->length;
-    DigitWork wk;
     wk.digits = kry::ifma::digits_for(get_BIGINT_bits_length(mod));
     const int D = wk.digits;
     kry::ifma::to_digits(wk.m, D, mod->data, n);
     const u64 m64 = n > 1 ? (static_cast<u64>(mod->data[1]) << 32) | mod->data[0] : mod->data[0];
     wk.k0 = n0_64(ctx->n0, m64) & ((u64{1} << 52) - 1);
 
-    {
-        // R^2 mod m = 2^(64 n) 2^(104 D - 64 n) mod m when the difference is
-        // not negative (the modulus fills its top word), else from 2^(104 D).
-        kry::PoolFrame frame(pool);
-        if (!frame.ok())
-            return 1;
-        BIGINT *t = get_BIGINT_POOL(pool);
-        BIGINT *rr = get_BIGINT_POOL(pool);
-        const int32_t shift = 104 * D - 64 * n;
-        if (t == nullptr || rr == nullptr ||
-            (shift >= 0 ? kry::lshift_BIGINT(t, &ctx->rr, shift) : set_BIGINT_bit(t, 104 * D)) != 0 ||
-            div_BIGINT(nullptr, rr, t, mod, pool) != 0)
-            return 1;
-        kry::ifma::to_digits(wk.rr, D, rr->data, rr->length);
-    }
+    // R^2 mod m = 2^(64 n) 2^(104 D - 64 n) mod m when the difference is
+    // not negative (the modulus fills its top word), else from 2^(104 D).
+    kry::PoolFrame frame(pool);
+    if (!frame.ok())
+        return 1;
+    BIGINT *t = get_BIGINT_POOL(pool);
+    BIGINT *rr = get_BIGINT_POOL(pool);
+    const int32_t shift = 104 * D - 64 * n;
+    if (t == nullptr || rr == nullptr ||
+        (shift >= 0 ? kry::lshift_BIGINT(t, &ctx->rr, shift) : set_BIGINT_bit(t, 104 * D)) != 0 ||
+        div_BIGINT(nullptr, rr, t, mod, pool) != 0)
+        return 1;
+    kry::ifma::to_digits(wk.rr, D, rr->data, rr->length);
+    return 0;
+}
 
-    // The odd powers, in Montgomery form, each in a pool integer of 2D words.
-    const int count = 1 << (w - 1);
-    BIGINT *table[32];
+// base (below m, nonzero) to Montgomery form and its odd powers into count
+// pool integers of 2D words.
+int digit_table(DigitWork &wk, BIGINT **table, int count, const BIGINT *base, BIGINT_POOL *pool) {
+    const int D = wk.digits;
     for (int k = 0; k < count; k++) {
         table[k] = take(pool, 2 * D);
         if (table[k] == nullptr)
@@ -1015,7 +1016,7 @@ int ifma_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w
     kry::ifma::to_digits(wk.x, D, base->data, base->length);
     wk.mul(wk.x, wk.x, wk.rr);
     std::memcpy(table[0]->data, wk.x, bytes);
-    if (w > 1) {
+    if (count > 1) {
         u64 *square = wk.acc;
         wk.mul(square, wk.x, wk.x);
         for (int k = 1; k < count; k++) {
@@ -1023,7 +1024,34 @@ int ifma_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w
             std::memcpy(table[k]->data, wk.x, bytes);
         }
     }
+    return 0;
+}
 
+// r = the accumulator out of Montgomery form (times 1): at most m, and m
+// only for a result of 0.
+int digit_finish(BIGINT *r, DigitWork &wk, const BIGINT_MONT *ctx) {
+    const BIGINT *mod = &ctx->modulus;
+    const int32_t n = mod->length;
+    std::memset(wk.x, 0, sizeof(u64) * static_cast<size_t>(wk.digits));
+    wk.x[0] = 1;
+    wk.mul(wk.acc, wk.acc, wk.x);
+    if (kry::expand_BIGINT(r, n) == nullptr)
+        return 1;
+    kry::ifma::from_digits(r->data, n, wk.acc, wk.digits);
+    r->length = n;
+    if (kry::cmp_BIGINT_words(r->data, mod->data, n) == 0)
+        std::memset(r->data, 0, sizeof(uint32_t) * static_cast<size_t>(n));
+    kry::normalize_BIGINT(r);
+    return 0;
+}
+
+int ifma_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w, const BIGINT_MONT *ctx,
+             BIGINT_POOL *pool) {
+    DigitWork wk;
+    BIGINT *table[32];
+    if (digit_setup(wk, ctx, pool) != 0 || digit_table(wk, table, 1 << (w - 1), base, pool) != 0)
+        return 1;
+    const size_t bytes = sizeof(u64) * static_cast<size_t>(wk.digits);
     const int rc = scan_windows(
         p, bits, w, [&] { return wk.mul(wk.acc, wk.acc, wk.acc), 0; },
         [&](uint32_t k) {
@@ -1037,19 +1065,7 @@ int ifma_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w
         });
     if (rc != 0)
         return rc;
-
-    // Out of Montgomery form: times 1.
-    std::memset(wk.x, 0, bytes);
-    wk.x[0] = 1;
-    wk.mul(wk.acc, wk.acc, wk.x);
-    if (kry::expand_BIGINT(r, n) == nullptr)
-        return 1;
-    kry::ifma::from_digits(r->data, n, wk.acc, D);
-    r->length = n;
-    if (kry::cmp_BIGINT_words(r->data, mod->data, n) == 0)
-        std::memset(r->data, 0, sizeof(uint32_t) * static_cast<size_t>(n));
-    kry::normalize_BIGINT(r);
-    return 0;
+    return digit_finish(r, wk, ctx);
 }
 
 // ---- two exponentiations at once -----------------------------------------------
@@ -1130,23 +1146,14 @@ int limb_setup(LimbWork &wk, const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
     return 0;
 }
 
-// r = b1^p1 b2^p2 mod m for nonzero bases below m and nonzero exponents.
-int limb_exp2(BIGINT *r, const BIGINT *b1, const BIGINT *p1, const BIGINT *b2, const BIGINT *p2,
-              const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
-    LimbWork wk;
-    if (limb_setup(wk, ctx, pool) != 0)
-        return 1;
+// The interleaved windows of b1^p1 b2^p2 on either engine's work record
+// (LimbWork or DigitWork, set up, with the tables of odd powers made);
+// leaves the product in Montgomery form in wk.acc.
+template <class Work>
+void dual_windows(Work &wk, BIGINT *const *table1, const BIGINT *p1, int w1, BIGINT *const *table2, const BIGINT *p2,
+                  int w2, size_t bytes) {
     const int32_t bits1 = get_BIGINT_bits_length(p1);
     const int32_t bits2 = get_BIGINT_bits_length(p2);
-    const int w1 = kry::mod_exp_window_bits(bits1);
-    const int w2 = kry::mod_exp_window_bits(bits2);
-    BIGINT *table1[32];
-    BIGINT *table2[32];
-    if (limb_table(wk, table1, 1 << (w1 - 1), b1, pool) != 0 ||
-        limb_table(wk, table2, 1 << (w2 - 1), b2, pool) != 0)
-        return 1;
-    const size_t bytes = sizeof(u64) * static_cast<size_t>(wk.limbs);
-
     bool started = false;
     // Multiplies the accumulator by a table entry (or loads it first).
     auto apply = [&](const BIGINT *entry) {
@@ -1173,6 +1180,23 @@ int limb_exp2(BIGINT *r, const BIGINT *b1, const BIGINT *p1, const BIGINT *b2, c
             win2 = next_window(p2, i - 1, w2);
         }
     }
+}
+
+// r = b1^p1 b2^p2 mod m for nonzero bases below m and nonzero exponents.
+int limb_exp2(BIGINT *r, const BIGINT *b1, const BIGINT *p1, const BIGINT *b2, const BIGINT *p2,
+              const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
+    LimbWork wk;
+    if (limb_setup(wk, ctx, pool) != 0)
+        return 1;
+    const int w1 = kry::mod_exp_window_bits(get_BIGINT_bits_length(p1));
+    const int w2 = kry::mod_exp_window_bits(get_BIGINT_bits_length(p2));
+    BIGINT *table1[32];
+    BIGINT *table2[32];
+    if (limb_table(wk, table1, 1 << (w1 - 1), b1, pool) != 0 ||
+        limb_table(wk, table2, 1 << (w2 - 1), b2, pool) != 0)
+        return 1;
+    const size_t bytes = sizeof(u64) * static_cast<size_t>(wk.limbs);
+    dual_windows(wk, table1, p1, w1, table2, p2, w2, bytes);
 
     // Out of Montgomery form: times 1.
     std::memset(wk.x, 0, bytes);
@@ -1184,6 +1208,23 @@ int limb_exp2(BIGINT *r, const BIGINT *b1, const BIGINT *p1, const BIGINT *b2, c
     r->length = 2 * wk.limbs;
     kry::normalize_BIGINT(r);
     return 0;
+}
+
+// The same on 52-bit digits.
+int ifma_exp2(BIGINT *r, const BIGINT *b1, const BIGINT *p1, const BIGINT *b2, const BIGINT *p2,
+              const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
+    DigitWork wk;
+    if (digit_setup(wk, ctx, pool) != 0)
+        return 1;
+    const int w1 = kry::mod_exp_window_bits(get_BIGINT_bits_length(p1));
+    const int w2 = kry::mod_exp_window_bits(get_BIGINT_bits_length(p2));
+    BIGINT *table1[32];
+    BIGINT *table2[32];
+    if (digit_table(wk, table1, 1 << (w1 - 1), b1, pool) != 0 ||
+        digit_table(wk, table2, 1 << (w2 - 1), b2, pool) != 0)
+        return 1;
+    dual_windows(wk, table1, p1, w1, table2, p2, w2, sizeof(u64) * static_cast<size_t>(wk.digits));
+    return digit_finish(r, wk, ctx);
 }
 
 // The fast route of mod_exp2 when it applies: -1 when it does not, else 0
@@ -1219,6 +1260,10 @@ int mod_exp2_fast(BIGINT *r, const BIGINT *a1, const BIGINT *p1, const BIGINT *a
         return 1;
     if (!limb_engine_fits(arith.context()))
         return -1;
+    const int32_t bits1 = get_BIGINT_bits_length(p1);
+    const int32_t bits2 = get_BIGINT_bits_length(p2);
+    if (ifma_engine_fits(arith.context(), bits1 > bits2 ? bits1 : bits2))
+        return ifma_exp2(r, b1, p1, b2, p2, arith.context(), sp);
     return limb_exp2(r, b1, p1, b2, p2, arith.context(), sp);
 }
 
