@@ -870,45 +870,45 @@ struct LimbWork {
     }
     void mul(u64 *r, const u64 *a, const u64 *b) { limb_mul(r, a, b, m, limbs, n0, u, t); }
     void sqr(u64 *r, const u64 *a) { limb_sqr(r, a, m, limbs, n0, u, t); }
+    size_t bytes() const { return sizeof(u64) * static_cast<size_t>(limbs); }
 };
 
-int limb_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w, const BIGINT_MONT *ctx,
-             BIGINT_POOL *pool) {
+// Loads m, n0 and R^2 mod m for R = 2^(64 L).
+int setup(LimbWork &wk, const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
     const int32_t n = ctx->modulus.length;
-    LimbWork wk;  // about 6 KiB
     const int32_t limbs = (n + 1) / 2;
     wk.limbs = limbs;
     load_limbs(wk.m, &ctx->modulus, limbs);
     wk.n0 = n0_64(ctx->n0, wk.m[0]);
-
-    // R^2 mod m: the context's for an even word count, else 2^(128 L) mod m.
     if (n % 2 == 0) {
         load_limbs(wk.rr, &ctx->rr, limbs);
-    } else {
-        kry::PoolFrame frame(pool);
-        if (!frame.ok())
-            return 1;
-        BIGINT *x = get_BIGINT_POOL(pool);
-        BIGINT *rr = get_BIGINT_POOL(pool);
-        if (x == nullptr || rr == nullptr || set_BIGINT_bit(x, 128 * limbs) != 0 ||
-            div_BIGINT(nullptr, rr, x, &ctx->modulus, pool) != 0)
-            return 1;
-        load_limbs(wk.rr, rr, limbs);
+        return 0;
     }
+    kry::PoolFrame frame(pool);
+    if (!frame.ok())
+        return 1;
+    BIGINT *x = get_BIGINT_POOL(pool);
+    BIGINT *rr = get_BIGINT_POOL(pool);
+    if (x == nullptr || rr == nullptr || set_BIGINT_bit(x, 128 * limbs) != 0 ||
+        div_BIGINT(nullptr, rr, x, &ctx->modulus, pool) != 0)
+        return 1;
+    load_limbs(wk.rr, rr, limbs);
+    return 0;
+}
 
-    // The odd powers, in Montgomery form.
-    const int count = 1 << (w - 1);
-    BIGINT *table[32];
+// base (below m, nonzero) to Montgomery form and its odd powers into
+// count pool integers.
+int make_table(LimbWork &wk, BIGINT **table, int count, const BIGINT *base, BIGINT_POOL *pool) {
+    const size_t bytes = sizeof(u64) * static_cast<size_t>(wk.limbs);
     for (int k = 0; k < count; k++) {
-        table[k] = take(pool, 2 * limbs);
+        table[k] = take(pool, 2 * wk.limbs);
         if (table[k] == nullptr)
             return 1;
     }
-    const size_t bytes = sizeof(u64) * static_cast<size_t>(limbs);
-    load_limbs(wk.x, base, limbs);
+    load_limbs(wk.x, base, wk.limbs);
     wk.mul(wk.x, wk.x, wk.rr);
     std::memcpy(table[0]->data, wk.x, bytes);
-    if (w > 1) {
+    if (count > 1) {
         u64 *square = wk.acc;
         wk.sqr(square, wk.x);
         for (int k = 1; k < count; k++) {
@@ -916,32 +916,19 @@ int limb_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w
             std::memcpy(table[k]->data, wk.x, bytes);
         }
     }
-    std::memset(wk.acc, 0, bytes);
-    wk.acc[0] = 1;
-    wk.mul(wk.acc, wk.acc, wk.rr);  // one, in Montgomery form
+    return 0;
+}
 
-    const int rc = scan_windows(
-        p, bits, w, [&] { return wk.sqr(wk.acc, wk.acc), 0; },
-        [&](uint32_t k) {
-            std::memcpy(wk.x, table[k]->data, bytes);
-            wk.mul(wk.acc, wk.acc, wk.x);
-            return 0;
-        },
-        [&](uint32_t k) {
-            std::memcpy(wk.acc, table[k]->data, bytes);
-            return 0;
-        });
-    if (rc != 0)
-        return rc;
-
-    // Out of Montgomery form: times 1.
+// r = the accumulator out of Montgomery form (times 1).
+int finish(BIGINT *r, LimbWork &wk, const BIGINT_MONT *) {
+    const size_t bytes = wk.bytes();
     std::memset(wk.x, 0, bytes);
     wk.x[0] = 1;
     wk.mul(wk.acc, wk.acc, wk.x);
-    if (kry::expand_BIGINT(r, 2 * limbs) == nullptr)
+    if (kry::expand_BIGINT(r, 2 * wk.limbs) == nullptr)
         return 1;
     std::memcpy(r->data, wk.acc, bytes);
-    r->length = 2 * limbs;
+    r->length = 2 * wk.limbs;
     kry::normalize_BIGINT(r);
     return 0;
 }
@@ -975,10 +962,11 @@ struct DigitWork {
     }
     void mul(u64 *r, const u64 *a, const u64 *b) { kry::ifma::amm(r, a, b, m, k0, digits); }
     void sqr(u64 *r, const u64 *a) { mul(r, a, a); }
+    size_t bytes() const { return sizeof(u64) * static_cast<size_t>(digits); }
 };
 
 // Loads m, k0 and R^2 mod m for R = 2^(52 D).
-int digit_setup(DigitWork &wk, const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
+int setup(DigitWork &wk, const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
     const BIGINT *mod = &ctx->modulus;
     const int32_t n = mod->length;
     wk.digits = kry::ifma::digits_for(get_BIGINT_bits_length(mod));
@@ -1005,7 +993,7 @@ int digit_setup(DigitWork &wk, const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
 
 // base (below m, nonzero) to Montgomery form and its odd powers into count
 // pool integers of 2D words.
-int digit_table(DigitWork &wk, BIGINT **table, int count, const BIGINT *base, BIGINT_POOL *pool) {
+int make_table(DigitWork &wk, BIGINT **table, int count, const BIGINT *base, BIGINT_POOL *pool) {
     const int D = wk.digits;
     for (int k = 0; k < count; k++) {
         table[k] = take(pool, 2 * D);
@@ -1029,7 +1017,7 @@ int digit_table(DigitWork &wk, BIGINT **table, int count, const BIGINT *base, BI
 
 // r = the accumulator out of Montgomery form (times 1): at most m, and m
 // only for a result of 0.
-int digit_finish(BIGINT *r, DigitWork &wk, const BIGINT_MONT *ctx) {
+int finish(BIGINT *r, DigitWork &wk, const BIGINT_MONT *ctx) {
     const BIGINT *mod = &ctx->modulus;
     const int32_t n = mod->length;
     std::memset(wk.x, 0, sizeof(u64) * static_cast<size_t>(wk.digits));
@@ -1045,15 +1033,23 @@ int digit_finish(BIGINT *r, DigitWork &wk, const BIGINT_MONT *ctx) {
     return 0;
 }
 
-int ifma_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w, const BIGINT_MONT *ctx,
-             BIGINT_POOL *pool) {
-    DigitWork wk;
+// ---- the exponentiations on either engine --------------------------------------
+//
+// Work is LimbWork or DigitWork; setup(), make_table() and finish() are
+// overloaded for both.
+
+// r = base^p mod m for a nonzero base below m (p has bits bits, w is its
+// window width).
+template <class Work>
+int engine_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w, const BIGINT_MONT *ctx,
+               BIGINT_POOL *pool) {
+    Work wk;
     BIGINT *table[32];
-    if (digit_setup(wk, ctx, pool) != 0 || digit_table(wk, table, 1 << (w - 1), base, pool) != 0)
+    if (setup(wk, ctx, pool) != 0 || make_table(wk, table, 1 << (w - 1), base, pool) != 0)
         return 1;
-    const size_t bytes = sizeof(u64) * static_cast<size_t>(wk.digits);
+    const size_t bytes = wk.bytes();
     const int rc = scan_windows(
-        p, bits, w, [&] { return wk.mul(wk.acc, wk.acc, wk.acc), 0; },
+        p, bits, w, [&] { return wk.sqr(wk.acc, wk.acc), 0; },
         [&](uint32_t k) {
             std::memcpy(wk.x, table[k]->data, bytes);
             wk.mul(wk.acc, wk.acc, wk.x);
@@ -1065,7 +1061,7 @@ int ifma_exp(BIGINT *r, const BIGINT *base, const BIGINT *p, int32_t bits, int w
         });
     if (rc != 0)
         return rc;
-    return digit_finish(r, wk, ctx);
+    return finish(r, wk, ctx);
 }
 
 // ---- two exponentiations at once -----------------------------------------------
@@ -1098,52 +1094,6 @@ Window next_window(const BIGINT *p, int32_t from, int w) {
     win.low = j;
     win.k = value >> 1;
     return win;
-}
-
-// base (below m, nonzero) to Montgomery form and its odd powers into
-// count pool integers.
-int limb_table(LimbWork &wk, BIGINT **table, int count, const BIGINT *base, BIGINT_POOL *pool) {
-    const size_t bytes = sizeof(u64) * static_cast<size_t>(wk.limbs);
-    for (int k = 0; k < count; k++) {
-        table[k] = take(pool, 2 * wk.limbs);
-        if (table[k] == nullptr)
-            return 1;
-    }
-    load_limbs(wk.x, base, wk.limbs);
-    wk.mul(wk.x, wk.x, wk.rr);
-    std::memcpy(table[0]->data, wk.x, bytes);
-    if (count > 1) {
-        u64 *square = wk.acc;
-        wk.sqr(square, wk.x);
-        for (int k = 1; k < count; k++) {
-            wk.mul(wk.x, wk.x, square);
-            std::memcpy(table[k]->data, wk.x, bytes);
-        }
-    }
-    return 0;
-}
-
-// Loads m, n0 and R^2 mod m for R = 2^(64 L).
-int limb_setup(LimbWork &wk, const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
-    const int32_t n = ctx->modulus.length;
-    const int32_t limbs = (n + 1) / 2;
-    wk.limbs = limbs;
-    load_limbs(wk.m, &ctx->modulus, limbs);
-    wk.n0 = n0_64(ctx->n0, wk.m[0]);
-    if (n % 2 == 0) {
-        load_limbs(wk.rr, &ctx->rr, limbs);
-        return 0;
-    }
-    kry::PoolFrame frame(pool);
-    if (!frame.ok())
-        return 1;
-    BIGINT *x = get_BIGINT_POOL(pool);
-    BIGINT *rr = get_BIGINT_POOL(pool);
-    if (x == nullptr || rr == nullptr || set_BIGINT_bit(x, 128 * limbs) != 0 ||
-        div_BIGINT(nullptr, rr, x, &ctx->modulus, pool) != 0)
-        return 1;
-    load_limbs(wk.rr, rr, limbs);
-    return 0;
 }
 
 // The interleaved windows of b1^p1 b2^p2 on either engine's work record
@@ -1183,48 +1133,20 @@ void dual_windows(Work &wk, BIGINT *const *table1, const BIGINT *p1, int w1, BIG
 }
 
 // r = b1^p1 b2^p2 mod m for nonzero bases below m and nonzero exponents.
-int limb_exp2(BIGINT *r, const BIGINT *b1, const BIGINT *p1, const BIGINT *b2, const BIGINT *p2,
-              const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
-    LimbWork wk;
-    if (limb_setup(wk, ctx, pool) != 0)
+template <class Work>
+int engine_exp2(BIGINT *r, const BIGINT *b1, const BIGINT *p1, const BIGINT *b2, const BIGINT *p2,
+                const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
+    Work wk;
+    if (setup(wk, ctx, pool) != 0)
         return 1;
     const int w1 = kry::mod_exp_window_bits(get_BIGINT_bits_length(p1));
     const int w2 = kry::mod_exp_window_bits(get_BIGINT_bits_length(p2));
     BIGINT *table1[32];
     BIGINT *table2[32];
-    if (limb_table(wk, table1, 1 << (w1 - 1), b1, pool) != 0 ||
-        limb_table(wk, table2, 1 << (w2 - 1), b2, pool) != 0)
+    if (make_table(wk, table1, 1 << (w1 - 1), b1, pool) != 0 || make_table(wk, table2, 1 << (w2 - 1), b2, pool) != 0)
         return 1;
-    const size_t bytes = sizeof(u64) * static_cast<size_t>(wk.limbs);
-    dual_windows(wk, table1, p1, w1, table2, p2, w2, bytes);
-
-    // Out of Montgomery form: times 1.
-    std::memset(wk.x, 0, bytes);
-    wk.x[0] = 1;
-    wk.mul(wk.acc, wk.acc, wk.x);
-    if (kry::expand_BIGINT(r, 2 * wk.limbs) == nullptr)
-        return 1;
-    std::memcpy(r->data, wk.acc, bytes);
-    r->length = 2 * wk.limbs;
-    kry::normalize_BIGINT(r);
-    return 0;
-}
-
-// The same on 52-bit digits.
-int ifma_exp2(BIGINT *r, const BIGINT *b1, const BIGINT *p1, const BIGINT *b2, const BIGINT *p2,
-              const BIGINT_MONT *ctx, BIGINT_POOL *pool) {
-    DigitWork wk;
-    if (digit_setup(wk, ctx, pool) != 0)
-        return 1;
-    const int w1 = kry::mod_exp_window_bits(get_BIGINT_bits_length(p1));
-    const int w2 = kry::mod_exp_window_bits(get_BIGINT_bits_length(p2));
-    BIGINT *table1[32];
-    BIGINT *table2[32];
-    if (digit_table(wk, table1, 1 << (w1 - 1), b1, pool) != 0 ||
-        digit_table(wk, table2, 1 << (w2 - 1), b2, pool) != 0)
-        return 1;
-    dual_windows(wk, table1, p1, w1, table2, p2, w2, sizeof(u64) * static_cast<size_t>(wk.digits));
-    return digit_finish(r, wk, ctx);
+    dual_windows(wk, table1, p1, w1, table2, p2, w2, wk.bytes());
+    return finish(r, wk, ctx);
 }
 
 // The fast route of mod_exp2 when it applies: -1 when it does not, else 0
@@ -1263,8 +1185,8 @@ int mod_exp2_fast(BIGINT *r, const BIGINT *a1, const BIGINT *p1, const BIGINT *a
     const int32_t bits1 = get_BIGINT_bits_length(p1);
     const int32_t bits2 = get_BIGINT_bits_length(p2);
     if (ifma_engine_fits(arith.context(), bits1 > bits2 ? bits1 : bits2))
-        return ifma_exp2(r, b1, p1, b2, p2, arith.context(), sp);
-    return limb_exp2(r, b1, p1, b2, p2, arith.context(), sp);
+        return engine_exp2<DigitWork>(r, b1, p1, b2, p2, arith.context(), sp);
+    return engine_exp2<LimbWork>(r, b1, p1, b2, p2, arith.context(), sp);
 }
 
 // r = a^p mod m by sliding windows over p from its top bit.
@@ -1302,8 +1224,8 @@ int mod_exp(BIGINT *r, const BIGINT *a, const BIGINT *p, const BIGINT *m, BIGINT
     const int w = kry::mod_exp_window_bits(bits);
     if (montgomery && limb_engine_fits(arith.context())) {
         if (ifma_engine_fits(arith.context(), bits))
-            return ifma_exp(r, base, p, bits, w, arith.context(), sp);
-        return limb_exp(r, base, p, bits, w, arith.context(), sp);
+            return engine_exp<DigitWork>(r, base, p, bits, w, arith.context(), sp);
+        return engine_exp<LimbWork>(r, base, p, bits, w, arith.context(), sp);
     }
 
     // Odd powers base^1, base^3, ..., base^(2^w - 1).
