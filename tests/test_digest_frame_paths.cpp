@@ -10,6 +10,7 @@
 #include <kry/error.h>
 
 #include "digest/has160.h"
+#include "digest/md_frame.h"
 #include "digest/sha2.h"
 #include "digest/sha_x86.h"
 #include "digest_util.h"
@@ -126,4 +127,118 @@ TEST(FramePaths, FinalIgnoresStaleStagingBytes) {
     }
     kry::x86::use_sha_extensions(true);
     kry::sha2::use_sha512_avx2(true);
+}
+
+#if defined(__x86_64__) || defined(__i386__)
+namespace kry::x86 {
+void sha1_output_shani(const uint32_t h[5], uint8_t *out);
+}
+#endif
+
+TEST(FramePaths, Sha1OutputWithShaExtensionsIsBigEndian) {
+#if defined(__x86_64__) || defined(__i386__)
+    kry::x86::use_sha_extensions(true);
+    if (!kry::x86::has_sha_extensions()) GTEST_SKIP() << "processor has no SHA extensions";
+    TestRng rng(160);
+    for (int i = 0; i < 100; i++) {
+        uint32_t h[5];
+        const Bytes b = rng.bytes(sizeof h);
+        std::memcpy(h, b.data(), sizeof h);
+        uint8_t hw[20], want[20];
+        kry::x86::sha1_output_shani(h, hw);
+        for (int j = 0; j < 5; j++)
+            for (int k = 0; k < 4; k++) want[4 * j + k] = static_cast<uint8_t>(h[j] >> (24 - 8 * k));
+        ASSERT_EQ(to_hex(hw, 20), to_hex(want, 20)) << i;
+    }
+#else
+    GTEST_SKIP() << "x86 only";
+#endif
+}
+
+TEST(FramePaths, Sha256OutputWithShaExtensionsAgreesWithPortable) {
+#if defined(__x86_64__) || defined(__i386__)
+    kry::x86::use_sha_extensions(true);
+    if (!kry::x86::has_sha_extensions()) GTEST_SKIP() << "processor has no SHA extensions";
+    TestRng rng(256);
+    for (int i = 0; i < 100; i++) {
+        uint32_t h[8];
+        const Bytes b = rng.bytes(sizeof h);
+        std::memcpy(h, b.data(), sizeof h);
+        uint8_t hw[32], portable[32];
+        kry::x86::sha256_output_shani(h, hw);
+        kry::sha2::output(h, portable);
+        ASSERT_EQ(to_hex(hw, 32), to_hex(portable, 32)) << i;
+    }
+#else
+    GTEST_SKIP() << "x86 only";
+#endif
+}
+
+// Records placed across a page boundary at every 4-byte offset: the digest
+// and every byte of the record after each call are those of a record at an
+// ordinary address, on both block function paths.
+template <class State>
+void check_records_across_a_page(uint32_t (*init)(State *), uint32_t (*update)(State *, const uint8_t *, uint32_t),
+                                 uint32_t (*final)(State *, uint8_t *), size_t block) {
+    TestRng rng(4096);
+    static_assert(alignof(State) <= 8);
+    alignas(4096) static uint8_t pages[3 * 4096];
+    for (size_t len : {size_t{0}, size_t{3}, block - 9, block - 8, block, block + 17, 3 * block + 5}) {
+        const Bytes msg = rng.bytes(len);
+        const uint8_t *data = msg.empty() ? pages : msg.data();
+        State ref;
+        std::memset(&ref, 0, sizeof ref);
+        ASSERT_EQ(init(&ref), 0u);
+        ASSERT_EQ(update(&ref, data, static_cast<uint32_t>(len)), 0u);
+        const State ref_updated = ref;
+        uint8_t want[64] = {};
+        ASSERT_EQ(final(&ref, want), 0u);
+        for (size_t at = 4096 - sizeof(State); at <= 4096; at += 4) {
+            if (at % alignof(State) != 0) continue;
+            std::memset(pages, 0xA5, sizeof pages);
+            std::memset(pages + at, 0, sizeof(State));  // padding bytes as in ref
+            auto *s = reinterpret_cast<State *>(pages + at);
+            ASSERT_EQ(init(s), 0u);
+            ASSERT_EQ(update(s, data, static_cast<uint32_t>(len)), 0u);
+            ASSERT_EQ(std::memcmp(s, &ref_updated, sizeof ref_updated), 0) << len << " " << at;
+            uint8_t got[64] = {};
+            ASSERT_EQ(final(s, got), 0u);
+            ASSERT_EQ(std::memcmp(got, want, sizeof want), 0) << len << " " << at;
+            ASSERT_EQ(std::memcmp(s, &ref, sizeof ref), 0) << len << " " << at;
+        }
+    }
+}
+
+TEST(FramePaths, RecordsAcrossAPageBoundary) {
+    ChangeNonProvenMode();
+    for (bool hw : {false, true}) {
+        kry::x86::use_sha_extensions(hw);
+        kry::sha2::use_sha512_avx2(hw);
+        check_records_across_a_page<SHA1_STATE>(init_SHA1, update_SHA1, final_SHA1, 64);
+        check_records_across_a_page<SHA256_STATE>(init_SHA256, update_SHA256, final_SHA256, 64);
+        check_records_across_a_page<SHA256_STATE>(init_SHA224, update_SHA224, final_SHA224, 64);
+        check_records_across_a_page<SHA512_STATE>(init_SHA512, update_SHA512, final_SHA512, 128);
+        check_records_across_a_page<MD5_STATE>(init_MD5, update_MD5, final_MD5, 64);
+    }
+    kry::x86::use_sha_extensions(true);
+    kry::sha2::use_sha512_avx2(true);
+}
+
+TEST(FramePaths, PieceCopiesAndWipesAcrossAPageBoundary) {
+    TestRng rng(176);
+    alignas(4096) static uint8_t pages[3 * 4096];
+    const Bytes src = rng.bytes(160);
+    for (size_t at = 4096 - 176; at <= 4096 + 16; at++) {
+        std::memset(pages, 0xA5, sizeof pages);
+        kry::md::copy_pieces(pages + at, src.data(), src.size());
+        ASSERT_EQ(std::memcmp(pages + at, src.data(), src.size()), 0) << at;
+        for (size_t i = 0; i < sizeof pages; i++)
+            if (i < at || i >= at + src.size()) {
+                ASSERT_EQ(pages[i], 0xA5) << at << " " << i;
+            }
+        auto &buf = *reinterpret_cast<uint8_t(*)[160]>(pages + at);
+        kry::md::wipe_pieces(buf);
+        for (size_t i = 0; i < sizeof pages; i++)
+            ASSERT_EQ(pages[i], i < at || i >= at + 160 ? 0xA5 : 0) << at << " " << i;
+    }
 }

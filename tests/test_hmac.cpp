@@ -9,6 +9,7 @@
 #include <kry/error.h>
 #include <kry/hmac.h>
 
+#include "digest/sha_x86.h"
 #include "oracle.h"
 #include "test_support.h"
 
@@ -506,4 +507,39 @@ TEST_F(Hmac, StateAfterFinalIsAFreshlyInitialisedRecord) {
         free_HMAC_UNIT(u);
         free_DIGEST_UNIT(fresh);
     }
+}
+
+TEST_F(Hmac, NextMessageStartsFromAnExactCopyOfTheInnerSnapshot) {
+    // update_HMAC after a final reloads the inner snapshot: the record it
+    // leaves is, byte for byte, the snapshot with the message's bytes hashed
+    // in, with the SHA extensions and with the portable block function.
+    TestRng rng(4231);
+    for (bool hw : {true, false}) {
+        kry::x86::use_sha_extensions(hw);
+        for (uint32_t id : {uint32_t{KRY_SHA256}, uint32_t{KRY_SHA224}}) {
+            SCOPED_TRACE(std::to_string(id) + (hw ? " hw" : " portable"));
+            const Bytes key = rng.bytes(40);
+            HMAC_UNIT *u = new_HMAC_UNIT();
+            ASSERT_EQ(init_HMAC(u, id, key.data(), 40), 0u);
+            ASSERT_EQ(u->state_size, sizeof(SHA256_STATE));
+            const char *name = id == KRY_SHA256 ? "SHA256" : "SHA224";
+            for (size_t len : {size_t{0}, size_t{1}, size_t{31}, size_t{32}, size_t{55}, size_t{56}, size_t{63},
+                               size_t{64}, size_t{65}, size_t{100}, size_t{128}, size_t{200}}) {
+                const Bytes msg = rng.bytes(len);
+                EXPECT_EQ(to_hex(unit_mac(u, msg)), to_hex(oracle::openssl_hmac(name, key, msg))) << len;
+                ASSERT_EQ(update_HMAC(u, ptr(msg), static_cast<uint32_t>(len)), 0u);
+                SHA256_STATE want;
+                std::memcpy(&want, u->inner, sizeof want);
+                ASSERT_EQ(update_SHA256(&want, ptr(msg), static_cast<uint32_t>(len)), 0u);
+                EXPECT_EQ(std::memcmp(u->digest->state, &want, sizeof want), 0) << len;
+                Bytes out(64);
+                uint32_t n = 0;
+                ASSERT_EQ(final_HMAC(u, out.data(), &n), 0u);
+                out.resize(n);
+                EXPECT_EQ(to_hex(out), to_hex(oracle::openssl_hmac(name, key, msg))) << len;
+            }
+            free_HMAC_UNIT(u);
+        }
+    }
+    kry::x86::use_sha_extensions(true);
 }

@@ -54,8 +54,12 @@ inline void last_block(uint8_t *dst, const uint8_t *src, size_t n, bool length, 
     const V16 limit = V16{} + static_cast<signed char>(n);
     const V16 marker = V16{} + static_cast<signed char>(-128);
     for (size_t c = 0; c < B; c += 16) {
-        V16 v;
-        std::memcpy(&v, src + c, 16);
+        // Lanes wholly past the staged bytes are not read: the staging
+        // buffer there may still hold bytes of wider or misplaced stores
+        // (a state copied in whole), whose forwarding would stall the load.
+        V16 v = {};
+        if (c < n)
+            std::memcpy(&v, src + c, 16);
         const V16 at = index + static_cast<signed char>(c);
         v = (v & (at < limit)) | (marker & (at == limit));
         if (c == B - 16 && length) {
@@ -89,6 +93,44 @@ inline void copy_bytes(uint8_t *dst, const uint8_t *src, size_t n) {
         *dst++ = *src++;
 }
 
+// True when the sixteen bytes at p straddle a 4 KiB page boundary.  The
+// records are allocated anywhere, their buffers at any offset: a piece
+// across a page costs many times an ordinary access, store or load.
+inline bool crosses_page(const void *p) { return (reinterpret_cast<uintptr_t>(p) & 4095) > 4096 - 16; }
+
+// Zeroes a buffer of the record as wipe() does, by sixteen-byte stores,
+// but a piece across a page boundary by two stores that end and start at
+// the boundary.
+template <size_t n>
+inline void wipe_pieces(uint8_t (&p)[n]) {
+    static_assert(n % 16 == 0);
+    const V2x64 zero = {};
+    for (size_t c = 0; c < n; c += 16) {
+        if (crosses_page(p + c)) [[unlikely]] {
+            const size_t k = 4096 - (reinterpret_cast<uintptr_t>(p + c) & 4095);
+            std::memset(p + c, 0, k);
+            std::memset(p + c + k, 0, 16 - k);
+        } else {
+            std::memcpy(p + c, &zero, 16);
+        }
+        __asm__ __volatile__("" : : "r"(p) : "memory");  // no dead stores, no string store
+    }
+}
+
+// Copies n bytes (a multiple of 16) by sixteen-byte pieces, a piece across
+// a page boundary of dst by two copies meeting at the boundary.
+inline void copy_pieces(uint8_t *dst, const uint8_t *src, size_t n) {
+    for (size_t c = 0; c < n; c += 16) {
+        if (crosses_page(dst + c)) [[unlikely]] {
+            const size_t k = 4096 - (reinterpret_cast<uintptr_t>(dst + c) & 4095);
+            std::memcpy(dst + c, src + c, k);
+            std::memcpy(dst + c + k, src + c + k, 16 - k);
+        } else {
+            std::memcpy(dst + c, src + c, 16);
+        }
+    }
+}
+
 // init: the initial hash value, counts and fills zero, both buffers zeroed.
 template <class T>
 uint32_t init(typename T::State *s, uint32_t null_error) {
@@ -100,8 +142,8 @@ uint32_t init(typename T::State *s, uint32_t null_error) {
     s->block_fill = 0;
     s->staging_fill = 0;
     std::copy(std::begin(T::kIV), std::end(T::kIV), T::chain(*s));
-    wipe(s->block, sizeof s->block);
-    wipe(s->staging, sizeof s->staging);
+    wipe_pieces(s->block);
+    wipe_pieces(s->staging);
     return 0;
 }
 
@@ -154,6 +196,13 @@ uint32_t final(typename T::State *s, uint8_t *out, const FrameErrors &e) {
     auto length_field = [s] {
         return T::kBigEndian ? __builtin_bswap64(s->bit_count) : s->bit_count;
     };
+    // The last block is assembled here, in a buffer of its own on the
+    // stack, aligned so that none of its sixteen-byte pieces straddles a
+    // cache line or a page; the record's block buffer, which ends wiped
+    // either way, may sit across a page boundary wherever the record was
+    // allocated, and every access to such a piece is slow.
+    alignas(64) uint8_t local[B];
+    const uint8_t *last = s->block;
     if (s->block_fill == 0) {
         // The usual case (update never fills the block buffer): the staged
         // bytes, fewer than a block, become the start of the last block;
@@ -161,11 +210,12 @@ uint32_t final(typename T::State *s, uint8_t *out, const FrameErrors &e) {
         const size_t fill = s->staging_fill;
         s->bit_count += 8 * static_cast<uint64_t>(fill);
         const bool fits = fill < kPadLimit;
-        last_block<B>(s->block, s->staging, fill, fits, length_field());
+        last_block<B>(local, s->staging, fill, fits, length_field());
         if (!fits) {
-            T::compress(*s, s->block);
-            length_block<B>(s->block, length_field());
+            T::compress(*s, local);
+            length_block<B>(local, length_field());
         }
+        last = local;
     } else {
         // Move the staged bytes behind whatever the block buffer holds.
         if (s->staging_fill != 0) {
@@ -191,13 +241,19 @@ uint32_t final(typename T::State *s, uint8_t *out, const FrameErrors &e) {
         else
             store64_le(s->block + kLengthAt, s->bit_count);
     }
-    T::compress(*s, s->block);
+    T::compress(*s, last);
     T::output(*s, out);
+    if (last == local) {
+        // Wiped by sixteen-byte pieces: one wipe of the whole buffer may
+        // become a string store, whose start-up costs more than the stores.
+        for (size_t c = 0; c < B; c += 16)
+            wipe(local + c, 16);
+    }
 
     s->staging_fill = 0;
     s->block_fill = 0;
-    wipe(s->block, sizeof s->block);
-    wipe(s->staging, sizeof s->staging);
+    wipe_pieces(s->block);
+    wipe_pieces(s->staging);
     return 0;
 }
 

@@ -4,6 +4,15 @@
 
 #include <kry/digest.h>
 
+#if defined(__x86_64__) || defined(__i386__)
+namespace kry::x86 {
+// The SHA-1 digest of h, reading H0..H3 with the one sixteen-byte load
+// that sha1_compress_shani stores them with (narrower loads from inside
+// that store are not forwarded at once); defined in sha_x86.cpp.
+void sha1_output_shani(const uint32_t h[5], uint8_t *out);
+}  // namespace kry::x86
+#endif
+
 namespace kry {
 namespace {
 
@@ -70,6 +79,11 @@ struct Sha1 {
     }
 
     static void output(const State &s, uint8_t *out) {
+#if defined(__x86_64__) || defined(__i386__)
+        // Whoever wrote h last chose its stores; read it the same way.
+        if (x86::has_sha_extensions())
+            return x86::sha1_output_shani(s.h, out);
+#endif
         for (int i = 0; i < 5; i++)
             store32_be(out + 4 * i, s.h[i]);
     }

@@ -14,6 +14,15 @@
 #include <cstring>
 #include <type_traits>
 
+#if defined(__x86_64__) || defined(__i386__)
+namespace kry::x86 {
+// The SHA-256 digest of h, read with the same two sixteen-byte loads that
+// sha256_compress_shani stores h with (a narrower load from inside one of
+// those stores is not forwarded at once and waits for the store to retire).
+void sha256_output_shani(const uint32_t h[8], uint8_t *out);
+}  // namespace kry::x86
+#endif
+
 namespace kry::sha2 {
 
 #if defined(__x86_64__)
@@ -179,7 +188,16 @@ struct Frame {
         for (; n != 0; n--, p += kBlock)
             sha2::compress(s.h, p);
     }
-    static void output(const State &s, uint8_t *out) { sha2::output(s.h, out); }
+    static void output(const State &s, uint8_t *out) {
+#if defined(__x86_64__) || defined(__i386__)
+        if constexpr (std::is_same_v<Word, uint32_t>) {
+            // Whoever wrote h last chose its stores; read it the same way.
+            if (x86::has_sha_extensions())
+                return x86::sha256_output_shani(s.h, out);
+        }
+#endif
+        sha2::output(s.h, out);
+    }
 };
 
 }  // namespace kry::sha2

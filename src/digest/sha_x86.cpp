@@ -12,6 +12,7 @@
 #include "foundation/cpu.h"
 
 #include <atomic>
+#include <cstring>
 #include <immintrin.h>
 
 namespace kry::x86 {
@@ -77,6 +78,24 @@ void sha256_compress_shani(uint32_t h[8], const uint8_t *p, size_t nblocks) {
     s1 = _mm_alignr_epi8(s1, t, 8);
     _mm_storeu_si128(reinterpret_cast<__m128i *>(h), s0);
     _mm_storeu_si128(reinterpret_cast<__m128i *>(h + 4), s1);
+}
+
+KRY_TARGET_SHA
+void sha256_output_shani(const uint32_t h[8], uint8_t *out) {
+    const __m128i bswap = _mm_set_epi64x(0x0c0d0e0f08090a0bULL, 0x0405060700010203ULL);
+    const __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i *>(h));
+    const __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i *>(h + 4));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_shuffle_epi8(lo, bswap));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 16), _mm_shuffle_epi8(hi, bswap));
+}
+
+KRY_TARGET_SHA
+void sha1_output_shani(const uint32_t h[5], uint8_t *out) {
+    const __m128i bswap = _mm_set_epi64x(0x0c0d0e0f08090a0bULL, 0x0405060700010203ULL);
+    const __m128i abcd = _mm_loadu_si128(reinterpret_cast<const __m128i *>(h));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_shuffle_epi8(abcd, bswap));
+    const uint32_t e = __builtin_bswap32(h[4]);
+    std::memcpy(out + 16, &e, 4);
 }
 
 KRY_TARGET_SHA

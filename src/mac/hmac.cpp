@@ -5,11 +5,13 @@
 // then costs the message itself plus one outer block, and the unit hashes
 // any number of messages under the same key:
 //   HMAC(K, m) = H((K0 ^ opad) || H((K0 ^ ipad) || m)).
+#include "digest/md_frame.h"
 #include "foundation/common.h"
 
 #include <kry/digest.h>
 #include <kry/hmac.h>
 
+#include <cstddef>
 #include <cstring>
 
 namespace kry {
@@ -51,11 +53,33 @@ bool state_usable(const HMAC_UNIT *unit) {
     return d != nullptr && d->state != nullptr && unit->state_size != 0 && d->state_size == unit->state_size;
 }
 
+// Copies a whole algorithm state.  A SHA-224/256 record is copied field by
+// field in the widths its block functions read it with (the chaining value
+// and the staged bytes by sixteen-byte pieces), so that the next message's
+// loads are forwarded from these stores at once; a plain copy by wide
+// pieces that straddle the fields makes them wait.  Every byte is copied.
+void copy_state(void *dst, const void *src, uint32_t size) {
+    if (size != sizeof(SHA256_STATE)) {
+        std::memcpy(dst, src, size);
+        return;
+    }
+    auto *d = static_cast<uint8_t *>(dst);
+    const auto *s = static_cast<const uint8_t *>(src);
+    constexpr size_t kFirst = offsetof(SHA256_STATE, h);  // bit_count and block_fill
+    static_assert(kFirst == 12 && offsetof(SHA256_STATE, block) == kFirst + 32 &&
+                  offsetof(SHA256_STATE, staging) == kFirst + 96 &&
+                  offsetof(SHA256_STATE, staging_fill) == kFirst + 160);
+    std::memcpy(d, s, 8);
+    std::memcpy(d + 8, s + 8, 4);
+    md::copy_pieces(d + kFirst, s + kFirst, 160);
+    std::memcpy(d + kFirst + 160, s + kFirst + 160, sizeof(SHA256_STATE) - kFirst - 160);
+}
+
 // Copies a snapshot into the digest unit's algorithm state.
 bool load_snapshot(HMAC_UNIT *unit, const void *snapshot) {
     if (!state_usable(unit) || snapshot == nullptr)
         return false;
-    std::memcpy(unit->digest->state, snapshot, unit->state_size);
+    copy_state(unit->digest->state, snapshot, unit->state_size);
     return true;
 }
 
@@ -68,12 +92,27 @@ uint32_t absorb_pad(HMAC_UNIT *unit, uint8_t pad_byte, uint32_t block_length) {
     return update_Digest(unit->digest, pad, block_length);
 }
 
+// The inner digest between the two hashes of finish(), wiped on the way
+// out by sixteen-byte pieces (one wipe of this size becomes a string
+// store, whose start-up costs more than the stores themselves).
+struct InnerDigest {
+    alignas(16) uint8_t bytes[144];
+    InnerDigest() = default;
+    InnerDigest(const InnerDigest &) = delete;
+    InnerDigest &operator=(const InnerDigest &) = delete;
+    ~InnerDigest() {
+        static_assert(sizeof bytes % 16 == 0);
+        for (size_t c = 0; c < sizeof bytes; c += 16)
+            wipe(bytes + c, 16);
+    }
+    operator uint8_t *() { return bytes; }
+};
+
 // The inner hash of the message absorbed so far, then the outer hash over it.
 uint32_t finish(HMAC_UNIT *unit, uint8_t *out, uint32_t *out_length) {
     if (out == nullptr || !state_usable(unit) || unit->outer == nullptr)
         return kErrFinal;
-    uint8_t inner[144];
-    WipeOnExit guard(inner);
+    InnerDigest inner;
     // The inner digest straight from the algorithm's final entry, as
     // final_Digest would produce it, without final_Digest's fresh init of
     // the state: the outer snapshot replaces the whole state next.  Only the
