@@ -102,28 +102,7 @@ template <int R>
     }
 }
 
-[[gnu::always_inline]] inline void compress_block(uint32_t (&h)[5], const uint8_t *p) {
-    uint32_t x[20];
-    for (int i = 0; i < 16; i++)
-        x[i] = load32_le(p + 4 * i);
-    uint32_t a = h[0], b = h[1], c = h[2], d = h[3], e = h[4];
-    round<0>(x, a, b, c, d, e);
-    round<1>(x, a, b, c, d, e);
-    round<2>(x, a, b, c, d, e);
-    round<3>(x, a, b, c, d, e);
-    h[0] += a;
-    h[1] += b;
-    h[2] += c;
-    h[3] += d;
-    h[4] += e;
-    wipe(x, sizeof x);
-}
 
-// The portable block function, n consecutive blocks.
-void compress_portable(uint32_t (&h)[5], const uint8_t *p, size_t n) {
-    for (; n != 0; n--, p += 64)
-        compress_block(h, p);
-}
 
 #if defined(__x86_64__)
 // One step with BMI2, written out instruction by instruction: the sum
@@ -207,25 +186,50 @@ template <int R>
     five_steps_bmi2<R, 15>(a, b, c, d, e, x);
 }
 
-// The same block function on BMI2 steps (the order of the steps' words and
-// the extra words as in the portable one).
-__attribute__((target("bmi,bmi2"))) void compress_bmi2(uint32_t (&h)[5], const uint8_t *p, size_t n) {
-    for (; n != 0; n--, p += 64) {
-        uint32_t x[20];
-        for (int i = 0; i < 16; i++)
-            x[i] = load32_le(p + 4 * i);
-        uint32_t a = h[0], b = h[1], c = h[2], d = h[3], e = h[4];
+#endif
+
+// One block: the message words, the four rounds (the portable steps, or
+// with kBmi2 the BMI2 ones above), the sum into the chaining value.
+template <bool kBmi2>
+[[gnu::always_inline]] inline void compress_block(uint32_t (&h)[5], const uint8_t *p) {
+    uint32_t x[20];
+    for (int i = 0; i < 16; i++)
+        x[i] = load32_le(p + 4 * i);
+    uint32_t a = h[0], b = h[1], c = h[2], d = h[3], e = h[4];
+#if defined(__x86_64__)
+    if constexpr (kBmi2) {
         round_bmi2<0>(x, a, b, c, d, e);
         round_bmi2<1>(x, a, b, c, d, e);
         round_bmi2<2>(x, a, b, c, d, e);
         round_bmi2<3>(x, a, b, c, d, e);
-        h[0] += a;
-        h[1] += b;
-        h[2] += c;
-        h[3] += d;
-        h[4] += e;
-        wipe(x, sizeof x);
+    } else
+#endif
+    {
+        round<0>(x, a, b, c, d, e);
+        round<1>(x, a, b, c, d, e);
+        round<2>(x, a, b, c, d, e);
+        round<3>(x, a, b, c, d, e);
     }
+    h[0] += a;
+    h[1] += b;
+    h[2] += c;
+    h[3] += d;
+    h[4] += e;
+    wipe(x, sizeof x);
+}
+
+// The portable block function, n consecutive blocks.
+void compress_portable(uint32_t (&h)[5], const uint8_t *p, size_t n) {
+    for (; n != 0; n--, p += 64)
+        compress_block<false>(h, p);
+}
+
+#if defined(__x86_64__)
+// The same block function on BMI2 steps (the order of the steps' words and
+// the extra words as in the portable one).
+__attribute__((target("bmi,bmi2"))) void compress_bmi2(uint32_t (&h)[5], const uint8_t *p, size_t n) {
+    for (; n != 0; n--, p += 64)
+        compress_block<true>(h, p);
 }
 #endif
 
