@@ -1,6 +1,5 @@
 #include "foundation/cpu.h"
 
-#include <cstddef>
 
 #if (defined(__x86_64__) || defined(__i386__)) && !defined(KRY_PORTABLE)
 #define KRY_CPUID 1
@@ -58,32 +57,6 @@ Features detect() {
 const Features &features() {
     static const Features f = detect();
     return f;
-}
-
-const char *feature_names() {
-    // Built once: eleven names of at most ten characters and their blanks.
-    static const struct Names {
-        char text[128] = {};
-        Names() {
-            const Features &f = features();
-            const struct {
-                bool on;
-                const char *name;
-            } list[] = {{f.ssse3, "ssse3"}, {f.sse41, "sse4.1"}, {f.aesni, "aes"},  {f.pclmul, "pclmul"},
-                        {f.sha, "sha"},     {f.gfni, "gfni"},    {f.avx2, "avx2"},  {f.vaes, "vaes"},
-                        {f.bmi2, "bmi2"},   {f.adx, "adx"},     {f.ifma, "avx512ifma"}};
-            size_t at = 0;
-            for (const auto &e : list) {
-                if (!e.on)
-                    continue;
-                if (at != 0)
-                    text[at++] = ' ';
-                for (const char *c = e.name; *c != 0; c++)
-                    text[at++] = *c;
-            }
-        }
-    } names;
-    return names.text;
 }
 
 }  // namespace kry::cpu

@@ -25,10 +25,6 @@ struct Features {
 
 const Features &features();
 
-// Names of the features present, separated by blanks ("" when none): what
-// the benchmarks and the tool print with their figures.
-const char *feature_names();
-
 }  // namespace kry::cpu
 
 #endif  // KRY_SRC_FOUNDATION_CPU_H
